@@ -1,0 +1,84 @@
+#include "platform/env.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/stat.h>
+#include <time.h>
+
+#include <cerrno>
+#include <clocale>
+#include <cstring>
+
+namespace ccaddin {
+
+namespace {
+
+class RealEnv final : public Env {
+ public:
+  DateTime Now() override {
+    timespec ts{};
+    clock_gettime(CLOCK_REALTIME, &ts);
+    return LocalDateTimeFromUnix(ts.tv_sec, ts.tv_nsec);
+  }
+
+  // In-process there is no message loop of our own; the Qt view installs an Env whose
+  // DoEvents processes Qt events. Plain callers only need to give up the processor.
+  void DoEvents() override { sched_yield(); }
+
+  void Sleep(int32_t ms) override {
+    if (ms <= 0) return;
+    timespec ts{ms / 1000, static_cast<long>(ms % 1000) * 1'000'000L};
+    while (nanosleep(&ts, &ts) == -1 && errno == EINTR) {
+    }
+  }
+};
+
+Env*& CurrentSlot() {
+  static Env* current = nullptr;
+  return current;
+}
+
+}  // namespace
+
+DateTime LocalDateTimeFromUnix(int64_t seconds, int64_t nanoseconds) {
+  const time_t t = static_cast<time_t>(seconds);
+  tm local{};
+  localtime_r(&t, &local);
+  return MakeDateTime(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
+                      local.tm_min, local.tm_sec, static_cast<int>(nanoseconds / 1'000'000));
+}
+
+bool Env::FileCreationTime(const std::string& path, DateTime* created, std::string* error) {
+  struct statx sx {};
+  if (statx(AT_FDCWD, path.c_str(), 0, STATX_BTIME | STATX_MTIME, &sx) != 0) {
+    if (error) *error = std::strerror(errno);
+    return false;
+  }
+  // Not every file system records a birth time (ext4 and tmpfs do; some network and
+  // older file systems do not); the last modification time is the nearest stand-in.
+  const statx_timestamp& ts = (sx.stx_mask & STATX_BTIME) ? sx.stx_btime : sx.stx_mtime;
+  *created = LocalDateTimeFromUnix(ts.tv_sec, ts.tv_nsec);
+  return true;
+}
+
+std::string Env::DecimalSeparator() {
+  const lconv* lc = std::localeconv();
+  if (lc == nullptr || lc->decimal_point == nullptr || lc->decimal_point[0] == '\0') return {};
+  return lc->decimal_point;
+}
+
+Env* Env::Default() {
+  static RealEnv* env = new RealEnv;  // never deleted: callers may use it during exit
+  return env;
+}
+
+Env* CurrentEnv() {
+  Env* env = CurrentSlot();
+  return env != nullptr ? env : Env::Default();
+}
+
+ScopedEnv::ScopedEnv(Env* env) : previous_(CurrentSlot()) { CurrentSlot() = env; }
+
+ScopedEnv::~ScopedEnv() { CurrentSlot() = previous_; }
+
+}  // namespace ccaddin
