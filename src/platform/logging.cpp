@@ -42,7 +42,9 @@ void AppendLinePrefix(std::string& out, const DateTime& now) {
   out += " : ";
 }
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 // Card numbers are 13 to 19 digits; references, amounts and dates are shorter. A run of
 // 13 or more keeps only its last four digits.
@@ -87,8 +89,8 @@ bool MoveWithoutReplacing(const std::string& from, const std::string& to) {
 void AppendToFile(const std::string& path, const std::string& line) {
   // O_NONBLOCK keeps a FIFO without a reader from hanging the till; it has no effect on
   // regular files.
-  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,
-                      0666);
+  const int fd =
+      open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666);
   if (fd < 0) return;
   size_t done = 0;
   while (done < line.size()) {
@@ -109,34 +111,24 @@ std::string WithTrailingSeparator(const std::string& folder) {
 }  // namespace
 
 std::string Logging::ProcessLogMsg(std::string_view strMessage) {
+  // The control characters that payment and printer protocols use get their names.
+  static constexpr const char* kNames[32] = {
+      "<NUL>", "<SOH>", "<STX>", "<ETX>", "<EOT>", "<ENQ>", "<ACK>", "<BEL>",
+      nullptr, nullptr, "<LF>",  nullptr, nullptr, "<CR>",  nullptr, nullptr,
+      "<DLE>", nullptr, nullptr, nullptr, nullptr, "<NAK>", nullptr, nullptr,
+      nullptr, nullptr, nullptr, nullptr, "<FS>",  nullptr, "<RS>",  "<US>"};
   std::string out;
   out.reserve(strMessage.size());
   for (const char ch : strMessage) {
     const auto code = static_cast<unsigned char>(ch);
     if (code >= 32 && code <= 126) {
       out += ch;
-      continue;
-    }
-    switch (code) {
-      case 0: out += "<NUL>"; break;
-      case 1: out += "<SOH>"; break;
-      case 2: out += "<STX>"; break;
-      case 3: out += "<ETX>"; break;
-      case 4: out += "<EOT>"; break;
-      case 5: out += "<ENQ>"; break;
-      case 6: out += "<ACK>"; break;
-      case 7: out += "<BEL>"; break;
-      case 10: out += "<LF>"; break;
-      case 13: out += "<CR>"; break;
-      case 16: out += "<DLE>"; break;
-      case 21: out += "<NAK>"; break;
-      case 28: out += "<FS>"; break;
-      case 30: out += "<RS>"; break;
-      case 31: out += "<US>"; break;
-      default:
-        out += "<ASCII ";
-        out += std::to_string(code);
-        out += '>';
+    } else if (code < 32 && kNames[code] != nullptr) {
+      out += kNames[code];
+    } else {
+      out += "<ASCII ";
+      out += std::to_string(code);
+      out += '>';
     }
   }
   return out;
@@ -151,7 +143,9 @@ void Logging::Logit(const std::string& strMessage) noexcept {
   }
 }
 
-void Logging::Logit2(const std::string& strMessage) noexcept { WriteLine(strMessage); }
+void Logging::Logit2(const std::string& strMessage) noexcept {
+  WriteLine(strMessage);
+}
 
 void Logging::WriteLine(std::string_view text) noexcept {
   try {

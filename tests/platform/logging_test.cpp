@@ -119,17 +119,22 @@ TEST_F(LoggingTest, FullPathOverridesFolderAndFile) {
 
 TEST_F(LoggingTest, LogitShowsControlCharactersAndLogit2WritesThemRaw) {
   Logging log = JournalWriter(dir_.folder());
-  log.Logit("\x02" "AB\x03\t\x7f");
-  log.Logit2("\x02" "AB\x03");
+  log.Logit(
+      "\x02"
+      "AB\x03\t\x7f");
+  log.Logit2(
+      "\x02"
+      "AB\x03");
   EXPECT_EQ(dir_.Read("journal.log"),
             "16 Nov 2026: 17:58:01 : <STX>AB<ETX><ASCII 9><ASCII 127>\r\n"
-            "16 Nov 2026: 17:58:01 : \x02" "AB\x03\r\n");
+            "16 Nov 2026: 17:58:01 : \x02"
+            "AB\x03\r\n");
 }
 
 TEST(ProcessLogMsg, EveryByteValue) {
   const std::map<int, std::string> named = {
-      {0, "<NUL>"}, {1, "<SOH>"}, {2, "<STX>"}, {3, "<ETX>"},  {4, "<EOT>"},
-      {5, "<ENQ>"}, {6, "<ACK>"}, {7, "<BEL>"}, {10, "<LF>"},  {13, "<CR>"},
+      {0, "<NUL>"},  {1, "<SOH>"},  {2, "<STX>"}, {3, "<ETX>"}, {4, "<EOT>"},
+      {5, "<ENQ>"},  {6, "<ACK>"},  {7, "<BEL>"}, {10, "<LF>"}, {13, "<CR>"},
       {16, "<DLE>"}, {21, "<NAK>"}, {28, "<FS>"}, {30, "<RS>"}, {31, "<US>"}};
   for (int code = 0; code < 256; ++code) {
     std::string expected;
@@ -142,7 +147,9 @@ TEST(ProcessLogMsg, EveryByteValue) {
     }
     EXPECT_EQ(Logging::ProcessLogMsg(std::string(1, static_cast<char>(code))), expected) << code;
   }
-  EXPECT_EQ(Logging::ProcessLogMsg("\xa3" "5"), "<ASCII 163>5");
+  EXPECT_EQ(Logging::ProcessLogMsg("\xa3"
+                                   "5"),
+            "<ASCII 163>5");
 }
 
 TEST_F(LoggingTest, MaskingKeepsTwelveDigitsAndHidesLongerRuns) {
