@@ -162,7 +162,8 @@ bool ReplaceScript(const std::string& script, const std::vector<std::string>& li
   if (!written) {
     error = files.strErrorMessage();
   } else {
-    fs::permissions(temp, fs::status(target).permissions(), ec);
+    const fs::perms mode = fs::status(target, ec).permissions();
+    if (!ec) fs::permissions(temp, mode, ec);
     if (!ec) fs::rename(temp, target, ec);
     if (ec) error = "TTmsCall.UpdateTmsScript() Failed - " + ec.message();
   }
