@@ -34,6 +34,13 @@ class Env {
   // process locale. Empty when it cannot be read.
   virtual std::string DecimalSeparator();
 
+  // Starts `program` (an executable file, run without arguments) detached: in a session
+  // of its own, standard streams on /dev/null, none of our other descriptors, and not a
+  // child of this process, so nothing waits for it and it leaves no zombie. Returns once
+  // the program is running; False (with a description in `error`) when it could not be
+  // started, e.g. missing, not executable, or without an interpreter line.
+  virtual bool StartDetached(const std::string& program, std::string* error);
+
   // The process-wide real implementation.
   static Env* Default();
 };

@@ -46,6 +46,13 @@ void VirtualEnv::SetFileCreationTime(const std::string& path, const DateTime& cr
   creation_times_[path] = created;
 }
 
+bool VirtualEnv::StartDetached(const std::string& program, std::string* error) {
+  started_.push_back(program);
+  if (start_error_.empty()) return true;
+  if (error) *error = start_error_;
+  return false;
+}
+
 void VirtualEnv::RunAfter(int64_t delay_ms, std::function<void()> action) {
   actions_.emplace(now_.ToSerialMs() + std::max<int64_t>(delay_ms, 0), std::move(action));
 }

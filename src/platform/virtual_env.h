@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "platform/env.h"
 
@@ -23,6 +24,8 @@ class VirtualEnv : public Env {
   void Sleep(int32_t ms) override;
   bool FileCreationTime(const std::string& path, DateTime* created, std::string* error) override;
   std::string DecimalSeparator() override { return decimal_separator_; }
+  // Records the program instead of starting it; fails with `start_error` when set.
+  bool StartDetached(const std::string& program, std::string* error) override;
 
   void SetNow(const DateTime& now) { now_ = now; }
   void Advance(int64_t ms);
@@ -37,6 +40,10 @@ class VirtualEnv : public Env {
   // next DoEvents when the delay is 0). Actions may schedule further actions.
   void RunAfter(int64_t delay_ms, std::function<void()> action);
 
+  // Every program StartDetached was asked to start, in order, failed starts included.
+  [[nodiscard]] const std::vector<std::string>& started() const { return started_; }
+  void SetStartError(std::string start_error) { start_error_ = std::move(start_error); }
+
   [[nodiscard]] int64_t do_events_calls() const { return do_events_calls_; }
   [[nodiscard]] int64_t slept_ms() const { return slept_ms_; }
 
@@ -48,6 +55,8 @@ class VirtualEnv : public Env {
   std::string decimal_separator_ = ".";
   std::map<std::string, DateTime> creation_times_;
   std::multimap<int64_t, std::function<void()>> actions_;
+  std::vector<std::string> started_;
+  std::string start_error_;
   int64_t do_events_calls_ = 0;
   int64_t slept_ms_ = 0;
 };
