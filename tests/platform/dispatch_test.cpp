@@ -1,0 +1,247 @@
+#include "platform/dispatch.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "platform/trap.h"
+#include "platform/virtual_env.h"
+#include "support/host_model.h"
+
+namespace ccaddin {
+namespace {
+
+using testing::HostCollection;
+using testing::HostObject;
+using testing::MakeRmsSession;
+using testing::RmsSession;
+using testing::RmsSessionSetup;
+
+// A small class exposed by name the way the component's records and hooks will be.
+struct TTally {
+  int32_t lCount = 0;
+  std::string strName = "till";
+  bool bOpen = true;
+  int32_t lTaken = 0;
+
+  static const DispatchTable<TTally>& Table() {
+    static const auto table =
+        DispatchTable<TTally>()
+            .Field("lCount", &TTally::lCount)
+            .Field("strName", &TTally::strName)
+            .Field("bOpen", &TTally::bOpen)
+            .ReadOnlyField("lTaken", &TTally::lTaken)
+            // Add(lAmount, [lTimes = 1]) -> the new count
+            .Method("Add", 1, 2,
+                    [](TTally& t, DispatchArgs& args) {
+                      t.lCount += args.Int32(0) * (args.IsMissing(1) ? 1 : args.Int32(1));
+                      return Variant(t.lCount);
+                    })
+            // TryTake(lWanted, ByRef lGiven) -> Boolean: gives what there is.
+            .Method("TryTake", 2, 2,
+                    [](TTally& t, DispatchArgs& args) {
+                      const int32_t given = std::min(args.Int32(0), t.lCount);
+                      t.lCount -= given;
+                      t.lTaken += given;
+                      args[1] = given;
+                      return Variant(given == args.Int32(0));
+                    })
+            .Method("Jam", 0, 0,
+                    [](TTally&, DispatchArgs&) -> Variant { throw Failure("Tally jammed"); })
+            .Method("Crash", 0, 0, [](TTally&, DispatchArgs&) -> Variant {
+              throw std::out_of_range("drawer index");
+            });
+    return table;
+  }
+};
+
+TEST(DispatchTable, MembersAreFoundWhateverTheCase) {
+  auto tally = std::make_shared<TTally>();
+  const DispatchPtr obj = ExposeByName(tally, TTally::Table());
+  EXPECT_TRUE(obj->Put("LCOUNT", int32_t{5}).ok());
+  EXPECT_EQ(obj->Call("add", {int32_t{2}, int32_t{3}}).value, Variant(int32_t{11}));
+  EXPECT_EQ(obj->Get("StrName").value, Variant("till"));
+  EXPECT_EQ(tally->lCount, 11);
+  // A get reaches a method and a call reaches a property: late-bound callers ask for either.
+  EXPECT_EQ(obj->Get("Add", {int32_t{1}}).value, Variant(int32_t{12}));
+  EXPECT_EQ(obj->Call("lcount").value, Variant(int32_t{12}));
+  // Puts are coerced to the member's type.
+  EXPECT_TRUE(obj->Put("lCount", "40").ok());
+  EXPECT_TRUE(obj->Put("bOpen", int32_t{0}).ok());
+  EXPECT_EQ(tally->lCount, 40);
+  EXPECT_FALSE(tally->bOpen);
+}
+
+TEST(DispatchTable, EachFailureHasItsOwnOutcomeAndText) {
+  auto tally = std::make_shared<TTally>();
+  const DispatchPtr obj = ExposeByName(tally, TTally::Table());
+  struct Case {
+    const char* what;
+    DispatchResult result;
+    DispatchStatus status;
+    const char* error;
+  };
+  const Case cases[] = {
+      {"unknown", obj->Get("lCounter"), DispatchStatus::kUnknownMember,
+       "Object doesn't support this property or method"},
+      {"read-only", obj->Put("lTaken", int32_t{1}), DispatchStatus::kUnknownMember,
+       "Object doesn't support this property or method"},
+      {"put to method", obj->Put("Add", int32_t{1}), DispatchStatus::kUnknownMember,
+       "Object doesn't support this property or method"},
+      {"too few", obj->Call("Add"), DispatchStatus::kWrongArgumentCount,
+       "Wrong number of arguments or invalid property assignment"},
+      {"too many", obj->Call("Add", {1, 2, 3}), DispatchStatus::kWrongArgumentCount,
+       "Wrong number of arguments or invalid property assignment"},
+      {"indexed property", obj->Get("lCount", {1}), DispatchStatus::kWrongArgumentCount,
+       "Wrong number of arguments or invalid property assignment"},
+      {"bad put", obj->Put("lCount", "ten"), DispatchStatus::kTypeMismatch, "Type mismatch"},
+      {"bad argument", obj->Call("Add", {"ten"}), DispatchStatus::kTypeMismatch, "Type mismatch"},
+      {"overflow", obj->Put("lCount", 3e10), DispatchStatus::kTypeMismatch, "Overflow"},
+      {"member failure", obj->Call("Jam"), DispatchStatus::kFailed, "Tally jammed"},
+      {"library exception", obj->Call("Crash"), DispatchStatus::kFailed, "drawer index"},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(c.result.status, c.status) << c.what;
+    EXPECT_EQ(c.result.error, c.error) << c.what;
+    EXPECT_TRUE(c.result.value.IsEmpty()) << c.what;
+  }
+  EXPECT_EQ(tally->lCount, 0) << "a refused call changes nothing";
+}
+
+TEST(DispatchTable, ByReferenceArgumentsComeBackToTheCaller) {
+  auto tally = std::make_shared<TTally>();
+  tally->lCount = 7;
+  const DispatchPtr obj = ExposeByName(tally, TTally::Table());
+  std::vector<Variant> args = {int32_t{10}, Variant()};
+  const DispatchResult r = obj->Invoke("TryTake", CallKind::kMethod, args);
+  ASSERT_TRUE(r.ok()) << r.error;
+  EXPECT_EQ(r.value, Variant(false));
+  EXPECT_EQ(args[1], Variant(int32_t{7}));
+  EXPECT_EQ(args[0], Variant(int32_t{10})) << "by-value arguments are left alone";
+  // An explicitly omitted optional argument is the missing marker.
+  EXPECT_EQ(obj->Call("Add", {int32_t{4}, Variant::Missing()}).value, Variant(int32_t{4}));
+}
+
+TEST(LateObject, ChainsMembersAndFailsWithTheTillsTexts) {
+  const RmsSession rms = MakeRmsSession({});
+  const LateObject session(rms.session);
+  EXPECT_EQ(session.Object("transaction").Get("TRANSACTIONTYPE"), Variant(int32_t{1}));
+
+  const auto run = [&](auto body) {
+    std::string error;
+    const bool ok = Trap(error, "THook.Process() Failed - ", false, [&] {
+      body();
+      return true;
+    });
+    return ok ? std::string("ok") : error;
+  };
+  EXPECT_EQ(run([&] { (void)session.Object("Configuration").Get("StoreFax"); }),
+            "THook.Process() Failed - Object doesn't support this property or method");
+  EXPECT_EQ(run([&] { (void)session.Object("Configuration").Object("StoreName"); }),
+            "THook.Process() Failed - Object required");
+  EXPECT_EQ(run([&] { (void)LateObject().Get("Transaction"); }),
+            "THook.Process() Failed - Object variable or With block variable not set");
+  rms.session->SetReadOnly("Transaction", nullptr);
+  EXPECT_EQ(run([&] { (void)session.Object("Transaction"); }),
+            "THook.Process() Failed - Object variable or With block variable not set");
+}
+
+TEST(HostModel, RmsSessionReadsAsTheTillHooksReadIt) {
+  RmsSessionSetup setup;
+  setup.transaction_type = 15;
+  setup.tenders = {{"Cash", 5.0, 0.0}, {"Credit Card", 2.675, 0.0}};
+  setup.register_number = 4;
+  const RmsSession rms = MakeRmsSession(setup);
+  const LateObject transaction = LateObject(rms.session).Object("Transaction");
+  EXPECT_EQ(transaction.Get("TransactionType").ToInt32().value(), 15);
+
+  std::vector<std::string> descriptions;
+  std::vector<int32_t> pence;
+  for (const Variant& item : transaction.Object("Tenders").Items()) {
+    const LateObject tender = LateObject::From(item);
+    descriptions.push_back(tender.Object("Descriptor").Get("Description").ToString().value());
+    pence.push_back(tender.Get("AmountIn").ToCurrency().value().ToMinorUnits(2).value());
+  }
+  EXPECT_EQ(descriptions, (std::vector<std::string>{"Cash", "Credit Card"}));
+  EXPECT_EQ(pence, (std::vector<int32_t>{500, 268}));
+
+  const LateObject configuration = LateObject(rms.session).Object("Configuration");
+  EXPECT_EQ(configuration.Get("StoreName"), Variant(setup.store_name));
+  EXPECT_EQ(configuration.Get("StoreAddress2"), Variant(""));
+  EXPECT_EQ(LateObject(rms.session).Object("Register").Get("Number").ToString().value(), "4");
+
+  // Collections are 1-based; Item is also the default member.
+  EXPECT_EQ(rms.tender_list->Get("", {int32_t{2}}).value, Variant(rms.tenders[1]));
+  for (int32_t outside : {0, 3}) {
+    const DispatchResult r = rms.tender_list->Call("Item", {outside});
+    EXPECT_EQ(r.status, DispatchStatus::kFailed);
+    EXPECT_EQ(r.error, "Subscript out of range");
+  }
+}
+
+TEST(HostModel, TypedPropertiesConvertWritesAndEveryCallIsRecordedInOrder) {
+  VirtualEnv env;
+  env.SetDecimalSeparator(",");
+  ScopedEnv scoped(&env);
+  RmsSessionSetup setup;
+  setup.tenders = {{"Credit Card", 0.0, 0.0}};
+  const RmsSession rms = MakeRmsSession(setup);
+  const LateObject transaction = LateObject(rms.session).Object("Transaction");
+  const LateObject tender = LateObject::From(transaction.Object("Tenders").Get("Item", {1}));
+
+  tender.Put("AmountIn", "12,50");  // text as the till formats amounts
+  (void)transaction.Call("CalculateTotals");
+  EXPECT_EQ(rms.tenders[0]->Value("AmountIn"), Variant(Currency::FromUnits(125'000)));
+  const DispatchResult refused = rms.tenders[0]->Put("AmountIn", "12.50 GBP");
+  EXPECT_EQ(refused.status, DispatchStatus::kTypeMismatch);
+  EXPECT_EQ(rms.tenders[0]->Value("AmountIn"), Variant(Currency::FromUnits(125'000)));
+
+  // The shared log keeps the order across objects: the write came before the totals.
+  std::vector<std::string> order;
+  for (const auto& call : *rms.log) order.push_back(call.object + "." + call.member);
+  EXPECT_EQ(order,
+            (std::vector<std::string>{"Session.Transaction", "Transaction.Tenders", "Tenders.Item",
+                                      "Tenders(1).AmountIn", "Transaction.CalculateTotals",
+                                      "Tenders(1).AmountIn"}));
+  const auto puts = rms.tenders[0]->CallsTo("amountin");
+  ASSERT_EQ(puts.size(), 2u);
+  EXPECT_EQ(puts[0].kind, CallKind::kPut);
+  EXPECT_EQ(puts[0].args, std::vector<Variant>{Variant("12,50")});
+}
+
+TEST(HostModel, MembersFailOrMisbehaveOnDemand) {
+  const RmsSession rms = MakeRmsSession({});
+  rms.transaction->FailOn("CalculateTotals", "Transaction is locked");
+  const DispatchResult locked = rms.transaction->Call("CalculateTotals");
+  EXPECT_EQ(locked.status, DispatchStatus::kFailed);
+  EXPECT_EQ(locked.error, "Transaction is locked");
+
+  rms.transaction->SetUntyped("TransactionType", "sale");
+  EXPECT_EQ(rms.transaction->Get("TransactionType").value.ToInt32().error(), "Type mismatch");
+  rms.configuration->Remove("StorePhone");
+  EXPECT_EQ(rms.configuration->Get("StorePhone").status, DispatchStatus::kUnknownMember);
+  EXPECT_EQ(rms.register_->Call("SetActivePrinterNumber").status,
+            DispatchStatus::kWrongArgumentCount);
+
+  // The host printer control claims itself when asked, as the receipt printing expects.
+  const LateObject co =
+      LateObject(rms.session).Object("Register").Object("ActivePrinter").Object("co");
+  EXPECT_EQ(co.Get("Claimed"), Variant(false));
+  (void)co.Call("ClaimDevice", {int32_t{5000}});
+  EXPECT_EQ(co.Get("Claimed"), Variant(true));
+  EXPECT_EQ(rms.co->CallsTo("ClaimDevice").at(0).args, std::vector<Variant>{Variant(5000)});
+
+  // A method body may answer by reference, as a host's would.
+  auto host = HostObject::Create("Host");
+  host->AddMethod("Lookup", 2, [](DispatchArgs& args) {
+    args[1] = args.String(0) + "!";
+    return Variant(true);
+  });
+  std::vector<Variant> args = {"abc", Variant()};
+  EXPECT_TRUE(host->Invoke("lookup", CallKind::kMethod, args).ok());
+  EXPECT_EQ(args[1], Variant("abc!"));
+  EXPECT_EQ(HostCollection::Create("Empty")->Get("Count").value, Variant(int32_t{0}));
+}
+
+}  // namespace
+}  // namespace ccaddin
