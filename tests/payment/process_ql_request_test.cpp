@@ -211,6 +211,66 @@ TEST(ProcessQlRequestLostConnection, PinBypassAnswerUsesTheWideSet) {
   }
 }
 
+// Every library answer of every request, injected, and the layer's result for it.
+TEST(ProcessQlRequestResults, EveryLibraryAnswerMapsToItsLayerResult) {
+  struct Case {
+    const char* fault;
+    int32_t answer;
+    int32_t expected;
+    std::function<int32_t(QlSimSession&, TProcessQlRequest&)> run;
+  };
+  auto f = [] { return &CurrentQlFactory(); };
+  auto enquire = [f](QlSimSession&, TProcessQlRequest& r) {
+    auto e = f()->CreateCardEnquiry(); int32_t x = -1; r.ProcessCardEnquiry(*e, 0, "", "", 2, x); return x; };
+  auto start = [f](QlSimSession&, TProcessQlRequest& r) {
+    auto o = f()->CreateTransactionStart(); int32_t x = -1;
+    r.ProcessStartTransaction(*o, "826", 100, 0, 0, 1, "S", "A", "EN", "D", false, true, true, true, x); return x; };
+  auto dcc = [f](QlSimSession&, TProcessQlRequest& r) {
+    auto o = f()->CreateDccEnquiry(); int32_t x = -1; r.ProcessDccEnquiry(*o, x); return x; };
+  auto process = [f](QlSimSession&, TProcessQlRequest& r) {
+    auto o = f()->CreateTransactionProcessor(); auto t = QlSimSession::Sale(100); int32_t x = -1;
+    r.ProcessTransaction(*o, t, x); return x; };
+  auto bypass = [f](QlSimSession&, TProcessQlRequest& r) {
+    auto o = f()->CreateTransactionProcessor(); QlTransaction t; int32_t x = -1; r.ProcessPinBypass(*o, t, true, x); return x; };
+  auto logout = [](QlSimSession& s, TProcessQlRequest& r) { int32_t x = -1; r.ProcessLogout(*s.login, x); return x; };
+  auto balance = [f](QlSimSession&, TProcessQlRequest& r) {
+    auto o = f()->CreateFuelBalance(); int32_t x = -1; r.ProcessFuelBalanceEnquiry(*o, "826", "", x); return x; };
+  auto receipt = [f](QlSimSession&, TProcessQlRequest& r) {
+    auto o = f()->CreateReceiptInfo(); QlTransaction t; int32_t x = -1; r.ProcessReceiptInfo(*o, t, "", 5, x); return x; };
+  auto batch = [f](QlSimSession&, TProcessQlRequest& r) {
+    auto o = f()->CreateCloseBatch(); int32_t x = -1; r.ProcessCloseBatchRequest(*o, x); return x; };
+  auto report = [f](QlSimSession& s, TProcessQlRequest& r) {
+    auto o = f()->CreateReport(); int32_t x = -1; r.ProcessReportRequest(*o, s.dir.folder(), "", x); return x; };
+  auto products = [f](QlSimSession&, TProcessQlRequest& r) {
+    auto o = f()->CreateFuelProductEnquiry(); int32_t x = -1; r.ProcessFuelProductEnquiry(*o, "", "", 1, "", x); return x; };
+  const std::vector<Case> cases = {
+      {"CardEnquiry.Enquire", 0, 0, enquire},  {"CardEnquiry.Enquire", 1, 1, enquire},
+      {"CardEnquiry.Enquire", 2, 6, enquire},  {"CardEnquiry.Enquire", 3, 0, enquire},
+      {"CardEnquiry.Enquire", 4, 7, enquire},  {"CardEnquiry.Enquire", 9, 0, enquire},
+      {"TransactionStart.Start", 0, 0, start}, {"TransactionStart.Start", 5, 1, start},
+      {"DccEnquiry.Enquire", 0, 0, dcc},       {"DccEnquiry.Enquire", 3, 1, dcc},
+      {"Processor.Process", 0, 0, process},    {"Processor.Process", 1, 1, process},
+      {"Processor.Process", 2, 6, process},    {"Processor.Process", 3, 8, process},
+      {"Processor.Process", 4, 7, process},    {"Processor.Process", 5, 9, process},
+      {"Processor.Process", 6, 0, process},    {"Processor.AnswerPinBypass", 0, 0, bypass},
+      {"Processor.AnswerPinBypass", 1, 1, bypass}, {"Processor.AnswerPinBypass", 3, 4, bypass},
+      {"Login.Logout", 0, 0, logout},          {"Login.Logout", 1, 2, logout},
+      {"FuelBalance.Enquire", 0, 0, balance},  {"FuelBalance.Enquire", 2, 4, balance},
+      {"ReceiptInfo.Request", 0, 0, receipt},  {"ReceiptInfo.Request", 1, 1, receipt},
+      {"ReceiptInfo.Request", 2, 0, receipt},  {"CloseBatch.Request", 0, 0, batch},
+      {"CloseBatch.Request", 1, 1, batch},     {"CloseBatch.Request", 3, 0, batch},
+      {"Report.Request", 0, 0, report},        {"Report.Request", 1, 1, report},
+      {"Report.Request", 2, 0, report},        {"FuelProductEnquiry.Request", 0, 0, products},
+      {"FuelProductEnquiry.Request", 1, 1, products}, {"FuelProductEnquiry.Request", 2, 0, products},
+  };
+  for (const auto& c : cases) {
+    QlSimSession s(FaultConfig(c.fault, c.answer, 4711));
+    TProcessQlRequest r({false, false, 0});
+    ASSERT_EQ(s.Open(r), 0);
+    EXPECT_EQ(c.run(s, r), c.expected) << c.fault << " answering " << c.answer;
+  }
+}
+
 TEST(ProcessQlRequestTrap, LibraryErrorsBecomeFourWithTheOperationName) {
   struct Case {
     const char* fault;
