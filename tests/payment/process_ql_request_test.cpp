@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "qlclient/sim/sim_inspect.h"
 #include "support/ql_sim_session.h"
 
 namespace ccaddin {
@@ -893,6 +894,55 @@ TEST(ProcessQlRequestAcrossProcesses, AuthorisedInOneConfirmedReprintedVoidedInA
   }));
   r.ProcessReceiptInfo(*receipt, reprint, "", ref, result);
   EXPECT_TRUE(reprint.bCancelled);
+}
+
+}  // namespace
+}  // namespace ccaddin
+
+namespace ccaddin {
+namespace {
+
+// The README's worked example, without the demo delay.
+TEST(ProcessQlRequestReadme, WorkedExampleRunsAsDocumented) {
+  QlSimSession s(R"({
+      "store": "demo-server.sqlite",
+      "terminal": {"terminalId": "DEMO0001", "referralPhone": "0800 555 0100"},
+      "login": {"merchantId": "M100", "clientId": "TILL1", "password": "secret"},
+      "card": "visa_referred",
+      "faults": [{"operation": "CloseBatch.Request", "result": 1, "errorCode": 30001,
+                  "errorText": "CONNECTION TO SERVER LOST"}]
+    })");
+  TProcessQlRequest r({false, true, 0});
+  int32_t result = -1;
+  r.Connect(*s.session, *s.parms, s.dir.folder(), s.config_name, result);
+  ASSERT_EQ(result, 0);
+  r.ProcessLogin(*s.login, "M100", "TILL1", "secret", result);
+  ASSERT_EQ(result, 0);
+  ASSERT_EQ(s.StartAndEnquire(r, 4200), 0);
+  auto p = CurrentQlFactory().CreateTransactionProcessor();
+  auto t = QlSimSession::Sale(4200);
+  r.ProcessTransaction(*p, t, result);
+  ASSERT_EQ(result, 0);
+  EXPECT_EQ(t.lStatus, 2);
+  EXPECT_EQ(t.strReferralPhoneNo, "0800 555 0100");
+  EXPECT_EQ(t.strTerminalId, "DEMO0001");
+  auto confirm = CurrentQlFactory().CreateConfirm();
+  r.ProcessConfirm(*confirm, t, "TILL1", t.lTransRefNo, "123456", 0, result);
+  ASSERT_EQ(result, 0);
+  auto batch = CurrentQlFactory().CreateCloseBatch();
+  r.ProcessCloseBatchRequest(*batch, result);
+  EXPECT_EQ(result, 2);
+  EXPECT_EQ(r.strErrorMessage(), "CONNECTION TO SERVER LOST");
+  r.ProcessCloseBatchRequest(*batch, result);
+  EXPECT_EQ(result, 0);
+
+  std::ostringstream out, err;
+  ASSERT_EQ(sim::InspectStore({s.dir.file(s.config_name)}, out, err), 0);
+  const auto lines = Lines(out.str());
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_EQ(lines[0], "REF   BATCH CREATED         TYPE          AMOUNT  SCHEME      CARD                RESULT     STATE     NOTE");
+  EXPECT_EQ(lines[1].substr(0, 12), "1     1     ");
+  EXPECT_EQ(lines[1].substr(28), "SALE            4200  VISA        ************5556    AUTHORISED confirmed ");
 }
 
 }  // namespace
