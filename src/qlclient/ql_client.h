@@ -177,8 +177,10 @@ class QlCloseBatch : public QlRequestError {
 class QlReport : public QlRequestError {
  public:
   virtual ~QlReport() = default;
-  // Writes the totals data file strReportOption in the folder strReportLocation
-  // (a name starting "TMP_FUEL_" asks for the fuel card summary). 1 failed.
+  // Writes the open batch's totals data file: strReportOption names it (a ".txt" name
+  // in the folder strReportLocation, or a full path); else a strReportLocation ending
+  // in ".txt" is the file; else a "TMP_<date>_<time>.txt" in that folder. A name
+  // starting "TMP_FUEL_" asks for the fuel card summary. 1 failed.
   [[nodiscard]] virtual int32_t Request(bool bReserved, const std::string& strReportLocation,
                                         const std::string& strReportOption) = 0;
   std::string strDataFile;  // full path of the file written

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/virtual_env.h"
 #include "qlclient/sim/sim_inspect.h"
 #include "support/ql_sim_session.h"
 
@@ -731,6 +732,8 @@ std::vector<std::string> Lines(const std::string& text) {
 }
 
 TEST(ProcessQlRequestReport, DataFileListsTheOpenBatchThenTheBatchCloses) {
+  VirtualEnv env(MakeDateTime(2026, 1, 15, 10, 30, 0));
+  ScopedEnv scoped(&env);
   QlSimSession s;
   TProcessQlRequest r({false, true, 0});
   ASSERT_EQ(s.Open(r), 0);
@@ -756,6 +759,11 @@ TEST(ProcessQlRequestReport, DataFileListsTheOpenBatchThenTheBatchCloses) {
   EXPECT_EQ(batch->lBatchNo, 1);
   r.ProcessReportRequest(*report, s.dir.folder(), "TMP_20260115_110000.txt", result);
   EXPECT_EQ(Lines(s.dir.Read("TMP_20260115_110000.txt")).size(), 1u) << "the new batch is empty";
+  r.ProcessReportRequest(*report, s.dir.file("TMP_20260115_120000.txt"), "20260114", result);
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(report->strDataFile, s.dir.file("TMP_20260115_120000.txt"));
+  r.ProcessReportRequest(*report, s.dir.folder(), "", result);
+  EXPECT_EQ(report->strDataFile, s.dir.file("TMP_20260115_103000.txt")) << "named by the (virtual) clock";
   r.ProcessReportRequest(*report, s.dir.folder() + "no/such/folder", "TMP_X.txt", result);
   EXPECT_EQ(result, 1);
   EXPECT_NE(r.strErrorMessage().find("CANNOT WRITE REPORT FILE"), std::string::npos);
@@ -943,6 +951,42 @@ TEST(ProcessQlRequestReadme, WorkedExampleRunsAsDocumented) {
   EXPECT_EQ(lines[0], "REF   BATCH CREATED         TYPE          AMOUNT  SCHEME      CARD                RESULT     STATE     NOTE");
   EXPECT_EQ(lines[1].substr(0, 12), "1     1     ");
   EXPECT_EQ(lines[1].substr(28), "SALE            4200  VISA        ************5556    AUTHORISED confirmed ");
+}
+
+}  // namespace
+}  // namespace ccaddin
+
+namespace ccaddin {
+namespace {
+
+// With a demo delay the terminal's texts can be watched while a request runs, as the
+// window's status timer does.
+TEST(ProcessQlRequestStatus, TerminalTextsChangeDuringAnAuthorisation) {
+  VirtualEnv env;
+  ScopedEnv scoped(&env);
+  QlSimSession s(R"({"delayMs":100})");
+  TProcessQlRequest r;
+  ASSERT_EQ(s.Open(r), 0);
+  ASSERT_EQ(s.StartAndEnquire(r, 900), 0);
+  std::vector<std::string> seen;
+  std::function<void()> watch = [&] {
+    const std::string text = s.session->GetStatusText();
+    if (seen.empty() || seen.back() != text) seen.push_back(text);
+    env.RunAfter(50, watch);
+  };
+  env.RunAfter(0, watch);
+  auto p = CurrentQlFactory().CreateTransactionProcessor();
+  auto t = QlSimSession::Sale(900);
+  int32_t result = -1;
+  r.ProcessTransaction(*p, t, result);
+  ASSERT_EQ(result, 0);
+  const std::vector<std::string> expected = {"ENTER PIN", "PROCESSING", "APPROVED", "REMOVE CARD"};
+  auto it = seen.begin();
+  for (const auto& text : expected) {
+    it = std::find(it, seen.end(), text);
+    EXPECT_NE(it, seen.end()) << "missing or out of order: " << text;
+  }
+  EXPECT_EQ(s.session->GetStatusText(), "WELCOME");
 }
 
 }  // namespace

@@ -676,7 +676,7 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
       return 5;
     }
     const int32_t amount = ToInt(oTrans.strAmount);
-    ToInt(oTrans.strCashbackAmount);
+    (void)ToInt(oTrans.strCashbackAmount);  // a malformed cashback fails like a malformed amount
     if (oTrans.lTransactionTypeCode < 1 || oTrans.lTransactionTypeCode > 9) {
       lErrorCode = kBadRequest;
       strErrorText = "INVALID TRANSACTION TYPE";
@@ -913,14 +913,22 @@ class SimReport final : public QlReport {
     if (!Ready(t, *this)) return 1;
     int32_t result = 0;
     if (Fault(t, "Report.Request", result, &lErrorCode, strErrorText)) return result;
+    // The till names the data file in the option (a name in the folder, or a full
+    // path); a location that is itself a ".txt" file is taken as the file; otherwise
+    // the file gets a TMP_ name of the current date and time.
     std::filesystem::path file;
-    std::string name = option;
-    if (name.empty()) {
+    const auto is_file_name = [](const std::string& text) {
+      return std::filesystem::path(text).extension() == ".txt";
+    };
+    if (is_file_name(option)) {
+      file = std::filesystem::path(option).is_absolute() ? std::filesystem::path(option)
+                                                         : std::filesystem::path(location) / option;
+    } else if (is_file_name(location)) {
+      file = location;
+    } else {
       const DateTime now = CurrentEnv()->Now();
-      name = "TMP_" + now.Yyyymmdd() + "_" + now.Hhmmss() + ".txt";
+      file = std::filesystem::path(location) / ("TMP_" + now.Yyyymmdd() + "_" + now.Hhmmss() + ".txt");
     }
-    file = std::filesystem::path(name).is_absolute() ? std::filesystem::path(name)
-                                                     : std::filesystem::path(location) / name;
     const bool fuel_only = file.filename().string().rfind("TMP_FUEL_", 0) == 0;
     std::ofstream out(file, std::ios::binary | std::ios::trunc);
     if (!out) {
