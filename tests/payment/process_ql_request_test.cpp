@@ -11,6 +11,7 @@
 
 #include "platform/virtual_env.h"
 #include "qlclient/sim/sim_inspect.h"
+#include "qlclient/sim/sim_store.h"
 #include "support/ql_sim_session.h"
 
 namespace ccaddin {
@@ -987,6 +988,114 @@ TEST(ProcessQlRequestStatus, TerminalTextsChangeDuringAnAuthorisation) {
     EXPECT_NE(it, seen.end()) << "missing or out of order: " << text;
   }
   EXPECT_EQ(s.session->GetStatusText(), "WELCOME");
+}
+
+}  // namespace
+}  // namespace ccaddin
+
+namespace ccaddin {
+namespace {
+
+TEST(ProcessQlRequestReport, CashbackSalesAndTheFuelSummary) {
+  QlSimSession s(R"({"card":"fuel_card"})");
+  TProcessQlRequest r;
+  ASSERT_EQ(s.Open(r), 0);
+  QlTransaction t;
+  ASSERT_GT(Authorise(s, r, 4000, t), 0);
+  std::string error;
+  ASSERT_TRUE(sim::PresentCard("visa_chip_pin", &error)) << error;
+  ASSERT_EQ(s.StartAndEnquire(r, 1000, 2), 0);
+  auto p = CurrentQlFactory().CreateTransactionProcessor();
+  t = QlSimSession::Sale(1000, 2);
+  t.strCashbackAmount = "500";
+  int32_t result = -1;
+  r.ProcessTransaction(*p, t, result);
+  ASSERT_EQ(result, 0);
+
+  auto report = CurrentQlFactory().CreateReport();
+  r.ProcessReportRequest(*report, s.dir.folder(), "TMP_20260115_103000.txt", result);
+  ASSERT_EQ(result, 0);
+  auto lines = Lines(s.dir.Read("TMP_20260115_103000.txt"));
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_NE(lines[1].find(",A,4000,0,FUELCARD"), std::string::npos) << lines[1];
+  EXPECT_NE(lines[2].find(",B,1000,500,VISA"), std::string::npos) << lines[2];
+  EXPECT_EQ(report->lCashbackTotal, 500);
+
+  r.ProcessReportRequest(*report, s.dir.folder(), "TMP_FUEL_20260115_103000.txt", result);
+  ASSERT_EQ(result, 0);
+  lines = Lines(s.dir.Read("TMP_FUEL_20260115_103000.txt"));
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_NE(lines[1].find("FUELCARD"), std::string::npos);
+}
+
+TEST(ProcessQlRequestOffline, StoreMarksOfflineSalesUploaded) {
+  QlSimSession s(R"({"online":false})");
+  TProcessQlRequest r;
+  ASSERT_EQ(s.Open(r), 0);
+  QlTransaction t;
+  ASSERT_GT(Authorise(s, r, 1500, t), 0);
+  {
+    sim::SimStore store(s.dir.file("qlsim-server.sqlite"));
+    const auto rows = store.List(0);
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_TRUE(rows[0].offline);
+    EXPECT_FALSE(rows[0].uploaded);
+  }
+  s.dir.Write(s.config_name, R"({"online":true,"terminal":{"terminalId":"T2"}})");
+  ASSERT_EQ(s.Open(r), 0) << "a changed file is read again at connect";
+  sim::SimStore store(s.dir.file("qlsim-server.sqlite"));
+  EXPECT_TRUE(store.List(0)[0].uploaded);
+}
+
+// A vendor adapter replaces the simulator: the layer's own objects come from it too.
+class CountingFactory : public QlFactory {
+ public:
+  QlFactory& sim = sim::SimulatorFactory();
+  int readers = 0;
+  int receipts = 0;
+  std::unique_ptr<QlSession> CreateSession() override { return sim.CreateSession(); }
+  std::unique_ptr<QlParameters> CreateParameters() override { return sim.CreateParameters(); }
+  std::unique_ptr<QlLogin> CreateLogin() override { return sim.CreateLogin(); }
+  std::unique_ptr<QlCardReader> CreateCardReader() override { ++readers; return sim.CreateCardReader(); }
+  std::unique_ptr<QlCardReaderStatus> CreateCardReaderStatus() override { return sim.CreateCardReaderStatus(); }
+  std::unique_ptr<QlCardEnquiry> CreateCardEnquiry() override { return sim.CreateCardEnquiry(); }
+  std::unique_ptr<QlTransactionStart> CreateTransactionStart() override { return sim.CreateTransactionStart(); }
+  std::unique_ptr<QlDccEnquiry> CreateDccEnquiry() override { return sim.CreateDccEnquiry(); }
+  std::unique_ptr<QlTransactionProcessor> CreateTransactionProcessor() override { return sim.CreateTransactionProcessor(); }
+  std::unique_ptr<QlConfirm> CreateConfirm() override { return sim.CreateConfirm(); }
+  std::unique_ptr<QlFuelBalance> CreateFuelBalance() override { return sim.CreateFuelBalance(); }
+  std::unique_ptr<QlReceiptInfo> CreateReceiptInfo() override { ++receipts; return sim.CreateReceiptInfo(); }
+  std::unique_ptr<QlCloseBatch> CreateCloseBatch() override { return sim.CreateCloseBatch(); }
+  std::unique_ptr<QlReport> CreateReport() override { return sim.CreateReport(); }
+  std::unique_ptr<QlFuelProductEnquiry> CreateFuelProductEnquiry() override { return sim.CreateFuelProductEnquiry(); }
+};
+
+TEST(ProcessQlRequestFactory, InstalledFactoryProvidesTheLayersOwnObjects) {
+  CountingFactory factory;
+  SetQlFactory(&factory);
+  struct Restore {
+    ~Restore() { SetQlFactory(nullptr); }
+  } restore;
+  QlSimSession s;
+  TProcessQlRequest r({false, true, 3});
+  ASSERT_EQ(s.Open(r), 0);
+  auto enq = CurrentQlFactory().CreateCardEnquiry();
+  int32_t result = -1;
+  r.ProcessCardEnquiry(*enq, 0, "", "", 2, result);
+  EXPECT_EQ(factory.readers, 0) << "the terminal read the card: no reset";
+  r.ProcessCardEnquiry(*enq, 0, "4761739001010010", "", 0, result);
+  EXPECT_EQ(factory.readers, 1);
+  r.ProcessCardEnquiry(*enq, 0, "4761739001010010", "", 1, result);
+  EXPECT_EQ(factory.readers, 1) << "a number with the swipe entry is not the till's own read";
+  r.ProcessCardEnquiry(*enq, 0, "", ";4761739001010010=2812?", 1, result);
+  EXPECT_EQ(factory.readers, 2);
+  auto p = CurrentQlFactory().CreateTransactionProcessor();
+  auto t = QlSimSession::Sale(100);
+  r.ProcessTransaction(*p, t, result);
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(factory.receipts, 1);
+  SetQlFactory(nullptr);
+  EXPECT_EQ(&CurrentQlFactory(), &sim::SimulatorFactory());
 }
 
 }  // namespace
