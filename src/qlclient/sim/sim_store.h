@@ -1,8 +1,7 @@
-// The simulated payment server's memory: transactions and batches in one SQLite file,
-// shared by every process that names the same configuration, so a transaction made in
-// one process can be confirmed, reprinted or voided from another. It holds only what a
-// server hands back for receipts: masked card numbers, never track, CV2, PIN or token.
-// Calls block on the file (with a short busy wait when another process writes).
+// The simulated server's memory: transactions and batches in one SQLite file shared by
+// every process naming it, so one process can confirm, reprint or void what another
+// authorised. Holds only receipt data (masked card numbers; never track, CV2, PIN or
+// token). Calls block on the file, briefly waiting while another process writes.
 #pragma once
 
 #include <cstdint>
