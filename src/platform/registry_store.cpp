@@ -226,7 +226,9 @@ RegStatus RegistryStore::Connect(const std::string& path, bool create,
       empty = sqlite3_column_int(s, 1) == 0;
     }
     sqlite3_finalize(s);
-    if (rc != SQLITE_ROW) return fail(sqlite3_errmsg(impl->db));
+    if (rc != SQLITE_ROW) {
+      return fail(std::string(sqlite3_errmsg(impl->db)) + (create ? "; it was left untouched" : ""));
+    }
   }
   if (application_id != kApplicationId) {
     if (!(create && empty && application_id == 0)) {
