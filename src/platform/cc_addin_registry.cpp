@@ -61,9 +61,10 @@ bool RolledDate(int year, int month, int day, std::chrono::sys_days* date) {
 
 void TCcAddinRegistry::ReadRegistry() {
   Quietly([&] {
-    // One TRegistry for the whole pass: each value is still opened, read and closed on
-    // its own, but over one database connection.
+    // One TRegistry for the whole pass, reading one snapshot: each value reads as its
+    // own open-read-close would, over one connection and one lock of the file.
     TRegistry registry;
+    registry.BeginSnapshot();
     const std::string separator = CurrentDecimalSeparator();
     std::string text;
     for (const SettingDef& setting : CcAddinSettings()) {

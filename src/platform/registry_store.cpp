@@ -250,6 +250,23 @@ RegStatus RegistryStore::Connect(const std::string& path, bool create,
   return RegStatus::kOk;
 }
 
+RegStatus RegistryStore::BeginRead() {
+  if (reading_) return RegStatus::kOk;
+  if (!impl_->Exec("BEGIN")) {
+    error_ = path_ + ": " + sqlite3_errmsg(impl_->db);
+    return RegStatus::kFailed;
+  }
+  reading_ = true;
+  return RegStatus::kOk;
+}
+
+void RegistryStore::EndRead() {
+  if (!reading_) return;
+  reading_ = false;
+  // A read transaction has nothing to commit; ending it only releases the lock.
+  impl_->Rollback();
+}
+
 bool RegistryStore::IsCurrentFile() const {
   struct stat st {};
   return stat(path_.c_str(), &st) == 0 && st.st_dev == device_ && st.st_ino == inode_;
@@ -294,6 +311,7 @@ RegStatus RegistryStore::QueryValue(int64_t key, std::string_view name, Registry
 }
 
 RegStatus RegistryStore::SetValue(int64_t key, const RegistryValue& value) {
+  EndRead();
   Impl::Statement upsert(*impl_, kUpsertValue);
   if (!upsert.ok()) return error_ = path_ + ": " + sqlite3_errmsg(impl_->db), RegStatus::kFailed;
   upsert.Bind(1, key);
@@ -308,6 +326,7 @@ RegStatus RegistryStore::SetValue(int64_t key, const RegistryValue& value) {
 }
 
 RegStatus RegistryStore::DeleteValue(int64_t key, std::string_view name) {
+  EndRead();
   Impl::Statement del(*impl_, kDeleteValue);
   if (!del.ok()) return error_ = path_ + ": " + sqlite3_errmsg(impl_->db), RegStatus::kFailed;
   del.Bind(1, key);
@@ -341,9 +360,11 @@ RegStatus RegistryStore::Apply(std::string_view hive, std::string_view path,
                                const std::vector<RegistryChange>& changes) {
   std::string normal;
   if (!NormaliseKeyPath(path, &normal)) {
-    error_ = "\"" + std::string(path) + "\" is not a valid key path";
+    error_.assign(path);
+    error_ += " is not a valid key path";
     return RegStatus::kFailed;
   }
+  EndRead();
   const auto fail = [&] {
     error_ = path_ + ": " + sqlite3_errmsg(impl_->db);
     impl_->Rollback();

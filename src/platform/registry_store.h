@@ -97,6 +97,14 @@ class RegistryStore {
   [[nodiscard]] RegStatus Apply(std::string_view hive, std::string_view path,
                                 const std::vector<RegistryChange>& changes);
 
+  // A read transaction: from the first query after BeginRead until EndRead every query
+  // sees the database as it was at that first query, and the file is locked only once
+  // for the lot. Other processes' writes wait meanwhile, so keep it short. Writing
+  // ends it first (EndRead is implied).
+  [[nodiscard]] RegStatus BeginRead();
+  void EndRead();
+  [[nodiscard]] bool reading() const { return reading_; }
+
   // False once the file at path() is no longer the one this connection opened (removed,
   // or replaced by a new database): a caller that must see the file as it is now then
   // opens it afresh.
@@ -114,6 +122,7 @@ class RegistryStore {
 
   std::string path_;
   std::unique_ptr<Impl> impl_;
+  bool reading_ = false;
   uint64_t device_ = 0;
   uint64_t inode_ = 0;
   std::string error_;

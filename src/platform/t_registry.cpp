@@ -13,13 +13,28 @@ constexpr const char* kUpdateFailed = "Failed updating registry setting";
 TRegistry::TRegistry() = default;
 TRegistry::~TRegistry() = default;
 
+void TRegistry::BeginSnapshot() { snapshot_ = true; }
+
+void TRegistry::EndSnapshot() {
+  snapshot_ = false;
+  if (store_ != nullptr) store_->EndRead();
+}
+
 bool TRegistry::OpenKey(const std::string& strKey, int64_t& hKey) {
   std::string why;
   RegStatus status = RegStatus::kOk;
-  // Each call sees the database file as it is now, as a fresh RegOpenKeyA would.
-  const std::string path = RegistryStore::DatabasePath();
-  if (store_ != nullptr && (store_->path() != path || !store_->IsCurrentFile())) store_.reset();
-  if (store_ == nullptr) status = RegistryStore::Open(path, &store_, &why);
+  // Each call sees the database file as it is now, as a fresh RegOpenKeyA would; within
+  // a snapshot, "now" is the snapshot's moment.
+  if (store_ == nullptr || !store_->reading()) {
+    const std::string path = RegistryStore::DatabasePath();
+    if (store_ != nullptr && (store_->path() != path || !store_->IsCurrentFile())) store_.reset();
+    if (store_ == nullptr) status = RegistryStore::Open(path, &store_, &why);
+    if (status == RegStatus::kOk && snapshot_) status = store_->BeginRead();
+    if (status == RegStatus::kFailed && store_ != nullptr) {
+      why = store_->error();
+      store_.reset();
+    }
+  }
   if (status == RegStatus::kOk) {
     status = store_->OpenKey(kHkeyLocalMachine, strKey, &hKey);
     if (status == RegStatus::kFailed) {

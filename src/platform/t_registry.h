@@ -29,6 +29,13 @@ class TRegistry {
   void SaveRegistryValue(const std::string& strKey, const std::string& strField,
                          const std::string& strValue);
 
+  // Reads between BeginSnapshot and EndSnapshot (or the object's end) see one state of
+  // the store and lock its file once instead of once per value, which keeps a pass over
+  // all settings fast. Each value reads as a fresh open-read-close would have read it
+  // at the moment of the first read; writers in other processes wait meanwhile.
+  void BeginSnapshot();
+  void EndSnapshot();
+
   // The last failure; a later success does not clear it.
   [[nodiscard]] const std::string& strErrorMessage() const { return strErrorMessage_; }
 
@@ -40,6 +47,7 @@ class TRegistry {
   // Opened on first use. Dropped after a store failure so that the next call opens the
   // file afresh, as the next RegOpenKeyA would.
   std::unique_ptr<RegistryStore> store_;
+  bool snapshot_ = false;
   std::string strErrorMessage_;
 };
 

@@ -22,6 +22,11 @@ TCcAddinRegistry Loaded() {
   return settings;
 }
 
+// A text that names its setting: "<BaseCurrency>".
+std::string Marked(const SettingDef& s) {
+  return std::string("<").append(s.value_name).append(">");
+}
+
 // Every property as text, for comparing whole records.
 std::vector<std::string> Snapshot(const TCcAddinRegistry& settings) {
   std::vector<std::string> out;
@@ -227,14 +232,13 @@ TEST(TCcAddinRegistry, EachValueLandsInItsOwnProperty) {
   // Every text setting reads its own value, and no other.
   for (const SettingDef& s : CcAddinSettings()) {
     if (std::holds_alternative<std::string TCcAddinRegistry::*>(s.field)) {
-      reg.Set(std::string(s.value_name), "<" + std::string(s.value_name) + ">");
+      reg.Set(std::string(s.value_name), Marked(s));
     }
   }
   settings = Loaded();
   for (const SettingDef& s : CcAddinSettings()) {
     if (const auto* text = std::get_if<std::string TCcAddinRegistry::*>(&s.field)) {
-      EXPECT_EQ(settings.**text, "<" + std::string(s.value_name) + ">" +
-                                     (s.rule == ReadRule::kP ? "/" : ""));
+      EXPECT_EQ(settings.**text, Marked(s) + (s.rule == ReadRule::kP ? "/" : ""));
     }
   }
 }
@@ -282,7 +286,7 @@ TEST(TCcAddinRegistry, EverySettingSurvivesAWriteAndReadBack) {
           auto& value = settings.*member;
           using V = std::decay_t<decltype(value)>;
           if constexpr (std::is_same_v<V, std::string>) {
-            value = "t" + std::to_string(s.number) + "/";
+            value = std::to_string(s.number).append("/");
           } else if constexpr (std::is_same_v<V, bool>) {
             value = s.rule != ReadRule::kBT;  // BT defaults to True
           } else if constexpr (std::is_same_v<V, int32_t>) {

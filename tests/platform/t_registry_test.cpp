@@ -103,6 +103,50 @@ TEST(TRegistry, EachCallSeesTheDatabaseAsItIsNow) {
   EXPECT_EQ(registry.strErrorMessage(), "Failed opening registry key");
 }
 
+TEST(TRegistry, ASnapshotReadsOneStateUntilItEnds) {
+  TestRegistry reg;
+  reg.Set("Mode", "0");
+  // The writer is another process, forked before this one opens the database (an open
+  // SQLite connection must not cross a fork). Pipes order the two.
+  int go[2];
+  int started[2];
+  ASSERT_EQ(pipe(go), 0);
+  ASSERT_EQ(pipe(started), 0);
+  const pid_t child = fork();
+  ASSERT_NE(child, -1);
+  if (child == 0) {
+    char byte = 0;
+    if (read(go[0], &byte, 1) != 1) _exit(2);
+    if (write(started[1], &byte, 1) != 1) _exit(2);
+    TRegistry writer;
+    writer.SaveRegistryValue(kKey, "Mode", "1");  // waits for the snapshot to end
+    _exit(writer.strErrorMessage().empty() ? 0 : 1);
+  }
+  TRegistry registry;
+  registry.BeginSnapshot();
+  std::string value;
+  ASSERT_EQ(registry.GetRegistryValue(kKey, "Mode", value), 0);
+  char byte = 'x';
+  ASSERT_EQ(write(go[1], &byte, 1), 1);
+  ASSERT_EQ(read(started[0], &byte, 1), 1);
+  EXPECT_EQ(registry.GetRegistryValue(kKey, "Mode", value), 0);
+  EXPECT_EQ(value, "0");
+  registry.EndSnapshot();
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_EQ(registry.GetRegistryValue(kKey, "Mode", value), 0);
+  EXPECT_EQ(value, "1");
+  for (const int fd : {go[0], go[1], started[0], started[1]}) close(fd);
+
+  // Writing from inside a snapshot ends it first; the write is not lost.
+  registry.BeginSnapshot();
+  ASSERT_EQ(registry.GetRegistryValue(kKey, "Mode", value), 0);
+  registry.SaveRegistryValue(kKey, "Mode", "2");
+  EXPECT_EQ(registry.strErrorMessage(), "");
+  EXPECT_EQ(reg.Text("Mode"), "2");
+}
+
 TEST(TRegistry, CorruptDatabaseReadsAsAKeyThatCannotBeOpenedAndIsNeverOverwritten) {
   TestRegistry reg(TestRegistry::Start::kNoDatabase);
   const std::string garbage = "This is not a database, just a file someone put here.\n";
@@ -154,7 +198,7 @@ TEST(TRegistry, TwoProcessesWritingAtOnceLoseNothing) {
   const auto writer = [&](char id) {
     int failures = 0;
     for (int i = 0; i < kWrites; ++i) {
-      const std::string name = std::string(1, id) + std::to_string(i);
+      const std::string name = std::string(1, id).append(std::to_string(i));
       const std::string text = std::string(200 + i, id);  // long enough to span a write
       TRegistry registry;  // a new object per write, as the component makes them
       registry.SaveRegistryValue(kKey, name, text);
@@ -162,6 +206,13 @@ TEST(TRegistry, TwoProcessesWritingAtOnceLoseNothing) {
       std::string back;
       if (!registry.strErrorMessage().empty() || registry.GetRegistryValue(kKey, name, back) != 0 ||
           back != text) {
+        ++failures;
+      }
+      // A snapshot read while the other process writes sees one whole value.
+      TRegistry reader;
+      reader.BeginSnapshot();
+      if (reader.GetRegistryValue(kKey, "Contended", back) != 0 || back.size() < 200 ||
+          back.find_first_not_of(back[0]) != std::string::npos) {
         ++failures;
       }
     }
@@ -184,7 +235,7 @@ TEST(TRegistry, TwoProcessesWritingAtOnceLoseNothing) {
   std::string value;
   for (const char id : {'a', 'b'}) {
     for (int i = 0; i < kWrites; ++i) {
-      ASSERT_EQ(registry.GetRegistryValue(kKey, std::string(1, id) + std::to_string(i), value), 0);
+      ASSERT_EQ(registry.GetRegistryValue(kKey, std::string(1, id).append(std::to_string(i)), value), 0);
       EXPECT_EQ(value, std::string(200 + i, id));
     }
   }
