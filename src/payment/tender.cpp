@@ -1,4 +1,4 @@
-#include "ui/tender.h"
+#include "payment/tender.h"
 
 #include <limits>
 
