@@ -97,29 +97,17 @@ TEST(SerialiseTransInfo, RoundTripThroughAFileKeepsEverythingButTheSensitiveFiel
   EXPECT_EQ(back.strToken, "");
   EXPECT_EQ(back.strPostcode, "");
 
-  // Every other field the record keeps comes back as it was.
-  QlTransaction expected = original;
-  expected.strPan = "************0010";
-  expected.strTrack = expected.strExpiryDate = expected.strStartDate = "";
-  expected.strIssueNumber = expected.strCv2 = expected.strAddressDigits = "";
-  expected.strPostcode = expected.strToken = "";
-  const auto same = [&](const auto& a, const auto& b, const char* name) { EXPECT_EQ(a, b) << name; };
-#define SAME(f) same(back.f, expected.f, #f)
-  SAME(lEntryMethodCode); SAME(lMode); SAME(strReferenceText); SAME(strGratuityAmount);
-  SAME(lTransactionTypeCode); SAME(strAmount); SAME(strCashbackAmount); SAME(lStatus);
-  SAME(strAuthCode); SAME(strResponseText); SAME(lTransRefNo); SAME(lAuthSource);
-  SAME(lCustomerPresence); SAME(strTerminalId); SAME(strMerchantNo); SAME(strSchemeName);
-  SAME(strCurrencyCode); SAME(strCv2AvsResult); SAME(strAvailableSpend); SAME(strBatchNo);
-  SAME(strTransDate); SAME(strTransTime); SAME(bMerchPrintExpiry); SAME(bMerchPrintStartDate);
-  SAME(bMerchPrintIssueNo); SAME(bCustPrintExpiry); SAME(bCustPrintStartDate);
-  SAME(bCustPrintIssueNo); SAME(bMerchPrintCvm); SAME(bCustPrintCvm);
-  SAME(bMerchPrintAuthSource); SAME(bCustPrintAuthSource); SAME(strReference);
-  SAME(strCryptogram); SAME(lCvmCode); SAME(strAid); SAME(strAppLabel);
-  SAME(strAppPreferredName); SAME(strEmvValues); SAME(lProcessingState);
-  SAME(lCurrencyExponent); SAME(bCancelled); SAME(lMileage); SAME(strRegNo); SAME(strPanSeqNo);
-  SAME(strCurrencyText); SAME(strBaseCurrencyText); SAME(strBaseAmount); SAME(strExchangeRate);
-  SAME(lConversionState); SAME(lCardType);
-#undef SAME
+  // Every other field the record keeps comes back as it was: the restored transaction
+  // gives the same record, and a few fields of each kind are checked by name.
+  EXPECT_EQ(serialiser.SerialiseObject(back), record);
+  EXPECT_EQ(back.strReferenceText, original.strReferenceText);
+  EXPECT_EQ(back.lTransRefNo, 4711);
+  EXPECT_EQ(back.strEmvValues, original.strEmvValues);
+  EXPECT_TRUE(back.bCancelled);
+  EXPECT_FALSE(back.bMerchPrintCvm);
+  EXPECT_TRUE(back.bCustPrintAuthSource);
+  EXPECT_EQ(back.lConversionState, 2);
+  EXPECT_EQ(back.strAddressDigits, "");
 }
 
 std::vector<std::string> Fields(const std::string& record) {
