@@ -328,7 +328,8 @@ CCADDIN_API ccaddin_status ccaddin_invoke(ccaddin_object* obj, const char* name,
 
     for (int32_t i = 0; i < nargs; ++i) {
       if ((args[i].flags & CCADDIN_BYREF) != 0) {
-        args[i] = ccaddin::VariantOut(values[static_cast<size_t>(i)], CCADDIN_BYREF);
+        args[i] = ccaddin::VariantOut(values[static_cast<size_t>(i)],
+                                      CCADDIN_BYREF | CCADDIN_OWNED);
       }
     }
     if (!outcome.ok()) {

@@ -383,6 +383,7 @@ TEST(AbiHostObjects, TheComponentCallsTheTillsObjectByName) {
   byref[3].flags = CCADDIN_BYREF;
   ASSERT_EQ(ccaddin_invoke(probe.get(), "Invoke", CCADDIN_METHOD, byref, 4, nullptr), CCADDIN_OK);
   EXPECT_EQ(byref[3].u.i32, 1300);
+  EXPECT_EQ(byref[3].flags, CCADDIN_BYREF | CCADDIN_OWNED);
 
   Var failed;
   EXPECT_EQ(ProbeInvoke(probe, host.get(), "Broken", CCADDIN_METHOD, {}, failed),
