@@ -25,8 +25,12 @@ void PropertyGet(benchmark::State& state, const char* name) {
   ccaddin_release(info);
 }
 
-void BM_AbiPropertyGetLong(benchmark::State& state) { PropertyGet(state, "lTransactionRefNo"); }
-void BM_AbiPropertyGetString(benchmark::State& state) { PropertyGet(state, "strSchemeName"); }
+void BM_AbiPropertyGetLong(benchmark::State& state) {
+  PropertyGet(state, "lTransactionRefNo");
+}
+void BM_AbiPropertyGetString(benchmark::State& state) {
+  PropertyGet(state, "strSchemeName");
+}
 
 BENCHMARK(BM_AbiPropertyGetLong)->Repetitions(9)->ReportAggregatesOnly(true);
 BENCHMARK(BM_AbiPropertyGetString)->Repetitions(9)->ReportAggregatesOnly(true);

@@ -14,6 +14,13 @@
 #define CCADDIN_API
 #endif
 
+/* No entry point lets an exception out: every failure is a status. */
+#ifdef __cplusplus
+#define CCADDIN_NOEXCEPT noexcept
+#else
+#define CCADDIN_NOEXCEPT
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -40,7 +47,7 @@ typedef struct ccaddin_object ccaddin_object;
 /* ---- Variants -------------------------------------------------------------------------
  * Type tags are the COM variant type numbers. Text is UTF-8 at this boundary; inside the
  * add-in it is Windows-1252, so a character that code page lacks arrives as "?". */
-#define CCADDIN_VT_EMPTY 0  /* also what an error value (an omitted argument) comes out as */
+#define CCADDIN_VT_EMPTY 0 /* also what an error value (an omitted argument) comes out as */
 #define CCADDIN_VT_NULL 1
 #define CCADDIN_VT_INT32 3  /* a Long; Integers (16-bit) come out as this too */
 #define CCADDIN_VT_DOUBLE 5 /* also Currency amounts and dates (days since 30 Dec 1899) */
@@ -56,10 +63,10 @@ typedef struct ccaddin_variant {
   uint16_t type;  /* CCADDIN_VT_* */
   uint16_t flags; /* CCADDIN_BYREF | CCADDIN_OWNED */
   union {
-    int16_t boolean; /* CCADDIN_VT_BOOL */
-    int32_t i32;     /* CCADDIN_VT_INT32 */
-    double dbl;      /* CCADDIN_VT_DOUBLE */
-    char* str;       /* CCADDIN_VT_STRING */
+    int16_t boolean;     /* CCADDIN_VT_BOOL */
+    int32_t i32;         /* CCADDIN_VT_INT32 */
+    double dbl;          /* CCADDIN_VT_DOUBLE */
+    char* str;           /* CCADDIN_VT_STRING */
     ccaddin_object* obj; /* CCADDIN_VT_OBJECT */
   } u;
 } ccaddin_variant;
@@ -67,12 +74,13 @@ typedef struct ccaddin_variant {
 /* Frees what the library owns in `v` (a string, or a reference on a handle) when
  * CCADDIN_OWNED is set, and leaves `v` empty. Safe on a caller-owned or empty variant
  * (nothing is freed) and on NULL. */
-CCADDIN_API void ccaddin_variant_clear(ccaddin_variant* v);
+CCADDIN_API void ccaddin_variant_clear(ccaddin_variant* v) CCADDIN_NOEXCEPT;
 
 /* ---- Creating and calling ---------------------------------------------------------------
  * Program identifiers are "TamberinCcAddin." followed by the class name, e.g.
  * "TamberinCcAddin.TTillInformation"; the match ignores case. */
-CCADDIN_API ccaddin_status ccaddin_create(const char* progid, ccaddin_object** out);
+CCADDIN_API ccaddin_status ccaddin_create(const char* progid,
+                                          ccaddin_object** out) CCADDIN_NOEXCEPT;
 
 /* The kinds of call; a member name matches ignoring case. A get and a method call reach
  * the same members (a property or a method without arguments). */
@@ -94,18 +102,21 @@ CCADDIN_API ccaddin_status ccaddin_create(const char* progid, ccaddin_object** o
  * it is overwritten without being freed, and is empty after a failure. */
 CCADDIN_API ccaddin_status ccaddin_invoke(ccaddin_object* obj, const char* name, int32_t kind,
                                           ccaddin_variant* args, int32_t nargs,
-                                          ccaddin_variant* result);
+                                          ccaddin_variant* result) CCADDIN_NOEXCEPT;
 
-CCADDIN_API ccaddin_status ccaddin_addref(ccaddin_object* obj);
+CCADDIN_API ccaddin_status ccaddin_addref(ccaddin_object* obj) CCADDIN_NOEXCEPT;
 /* Ends one reference; the handle is invalid once its last reference is gone. The object
  * itself lives on while the add-in still holds it. NULL is ignored. */
-CCADDIN_API ccaddin_status ccaddin_release(ccaddin_object* obj);
+CCADDIN_API ccaddin_status ccaddin_release(ccaddin_object* obj) CCADDIN_NOEXCEPT;
 /* 1 when both handles stand for the same object, else 0. */
-CCADDIN_API int32_t ccaddin_same_object(const ccaddin_object* a, const ccaddin_object* b);
+CCADDIN_API int32_t ccaddin_same_object(const ccaddin_object* a,
+                                        const ccaddin_object* b) CCADDIN_NOEXCEPT;
 
 /* The UTF-8 text of the last failure on the calling thread, "" after a success. Valid
- * until the next call into the library on this thread; never NULL. */
-CCADDIN_API const char* ccaddin_last_error(void);
+ * until the next call into the library on this thread, except that ccaddin_addref,
+ * ccaddin_release, ccaddin_variant_clear and ccaddin_same_object leave it as it is (so a
+ * till can free its arguments before asking why a call failed); never NULL. */
+CCADDIN_API const char* ccaddin_last_error(void) CCADDIN_NOEXCEPT;
 
 /* ---- Host objects -------------------------------------------------------------------------
  * An object of the till's, called by the add-in by member name (a session, a sale, a
@@ -126,21 +137,22 @@ CCADDIN_API const char* ccaddin_last_error(void);
  * object any longer; it receives `user_data`. Callbacks run on the thread that called
  * into the library. */
 typedef struct ccaddin_host_vtable {
-  ccaddin_status (*invoke)(void* user_data, const char* name, int32_t kind,
-                           ccaddin_variant* args, int32_t nargs, ccaddin_variant* result);
+  ccaddin_status (*invoke)(void* user_data, const char* name, int32_t kind, ccaddin_variant* args,
+                           int32_t nargs, ccaddin_variant* result);
   void (*destroy)(void* user_data);
 } ccaddin_host_vtable;
 
 /* The vtable is copied; `user_data` is passed back unchanged. */
 CCADDIN_API ccaddin_status ccaddin_host_object_create(const ccaddin_host_vtable* vtable,
-                                                      void* user_data, ccaddin_object** out);
+                                                      void* user_data,
+                                                      ccaddin_object** out) CCADDIN_NOEXCEPT;
 
 /* For a host callback: the reason for the failure it is about to return (UTF-8). */
-CCADDIN_API void ccaddin_set_error(const char* message);
+CCADDIN_API void ccaddin_set_error(const char* message) CCADDIN_NOEXCEPT;
 
 /* A library-owned copy of a UTF-8 text, to hand over with CCADDIN_OWNED; NULL when out of
  * memory or `text` is NULL. */
-CCADDIN_API char* ccaddin_string_dup(const char* text);
+CCADDIN_API char* ccaddin_string_dup(const char* text) CCADDIN_NOEXCEPT;
 
 #ifdef __cplusplus
 }

@@ -32,24 +32,32 @@ struct AbiError {
   std::string message;  // UTF-8
 };
 
-void SetError(std::string message) noexcept {
+void SetError(std::string_view message) noexcept {
   try {
-    last_error = std::move(message);
+    last_error.assign(message);
   } catch (...) {
     last_error.clear();  // out of memory: the status still tells the caller
   }
 }
 
+// Runs an entry point. A call that succeeds leaves "" as the last error, even if a host
+// callback set one on the way; a failure leaves its reason.
 template <typename F>
 ccaddin_status Guard(F&& body) noexcept {
   try {
     last_error.clear();
-    return body();
+    const ccaddin_status status = body();
+    if (status == CCADDIN_OK) last_error.clear();
+    return status;
   } catch (const AbiError& e) {
     SetError(e.message);
     return e.status;
   } catch (...) {
-    SetError(Windows1252ToUtf8(DescribeCurrentException()));
+    try {
+      SetError(Windows1252ToUtf8(DescribeCurrentException()));
+    } catch (...) {
+      last_error.clear();  // no memory for the text: the status still tells the caller
+    }
     return CCADDIN_E_FAILED;
   }
 }
@@ -62,7 +70,9 @@ char* DupString(std::string_view text) {
   return copy;
 }
 
-ccaddin_object* NewHandle(DispatchPtr target) { return new ccaddin_object(std::move(target)); }
+ccaddin_object* NewHandle(DispatchPtr target) {
+  return new ccaddin_object(std::move(target));
+}
 
 // A C text (UTF-8) as the component's Windows-1252; `what` names it in the error.
 std::string TextIn(const char* utf8, const std::string& what) {
@@ -280,7 +290,7 @@ using ccaddin::Guard;
 
 extern "C" {
 
-CCADDIN_API void ccaddin_variant_clear(ccaddin_variant* v) {
+CCADDIN_API void ccaddin_variant_clear(ccaddin_variant* v) CCADDIN_NOEXCEPT {
   if (v == nullptr) return;
   if ((v->flags & CCADDIN_OWNED) != 0) {
     if (v->type == CCADDIN_VT_STRING) std::free(v->u.str);
@@ -289,7 +299,8 @@ CCADDIN_API void ccaddin_variant_clear(ccaddin_variant* v) {
   *v = ccaddin_variant{};
 }
 
-CCADDIN_API ccaddin_status ccaddin_create(const char* progid, ccaddin_object** out) {
+CCADDIN_API ccaddin_status ccaddin_create(const char* progid,
+                                          ccaddin_object** out) CCADDIN_NOEXCEPT {
   return Guard([&] {
     if (out == nullptr) throw AbiError{CCADDIN_E_INVALID_ARG, "the object pointer is NULL"};
     *out = nullptr;
@@ -306,7 +317,7 @@ CCADDIN_API ccaddin_status ccaddin_create(const char* progid, ccaddin_object** o
 
 CCADDIN_API ccaddin_status ccaddin_invoke(ccaddin_object* obj, const char* name, int32_t kind,
                                           ccaddin_variant* args, int32_t nargs,
-                                          ccaddin_variant* result) {
+                                          ccaddin_variant* result) CCADDIN_NOEXCEPT {
   if (result != nullptr) *result = ccaddin_variant{};
   return Guard([&] {
     if (obj == nullptr) throw AbiError{CCADDIN_E_INVALID_ARG, "the object is NULL"};
@@ -328,8 +339,8 @@ CCADDIN_API ccaddin_status ccaddin_invoke(ccaddin_object* obj, const char* name,
 
     for (int32_t i = 0; i < nargs; ++i) {
       if ((args[i].flags & CCADDIN_BYREF) != 0) {
-        args[i] = ccaddin::VariantOut(values[static_cast<size_t>(i)],
-                                      CCADDIN_BYREF | CCADDIN_OWNED);
+        args[i] =
+            ccaddin::VariantOut(values[static_cast<size_t>(i)], CCADDIN_BYREF | CCADDIN_OWNED);
       }
     }
     if (!outcome.ok()) {
@@ -344,30 +355,41 @@ CCADDIN_API ccaddin_status ccaddin_invoke(ccaddin_object* obj, const char* name,
   });
 }
 
-CCADDIN_API ccaddin_status ccaddin_addref(ccaddin_object* obj) {
-  return Guard([&] {
-    if (obj == nullptr) throw AbiError{CCADDIN_E_INVALID_ARG, "the object is NULL"};
-    obj->refs.fetch_add(1, std::memory_order_relaxed);
-    return CCADDIN_OK;
-  });
+// Reference counting leaves the last error alone: a till clears its arguments and
+// releases its handles after a failed call and only then asks why it failed.
+CCADDIN_API ccaddin_status ccaddin_addref(ccaddin_object* obj) CCADDIN_NOEXCEPT {
+  if (obj == nullptr) {
+    ccaddin::SetError("the object is NULL");
+    return CCADDIN_E_INVALID_ARG;
+  }
+  obj->refs.fetch_add(1, std::memory_order_relaxed);
+  return CCADDIN_OK;
 }
 
-CCADDIN_API ccaddin_status ccaddin_release(ccaddin_object* obj) {
-  return Guard([&] {
-    if (obj != nullptr && obj->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) delete obj;
-    return CCADDIN_OK;
-  });
+CCADDIN_API ccaddin_status ccaddin_release(ccaddin_object* obj) CCADDIN_NOEXCEPT {
+  if (obj != nullptr && obj->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    // The last reference may end a host object, whose destroy callback is the till's code.
+    std::string kept;
+    kept.swap(ccaddin::last_error);
+    delete obj;
+    ccaddin::last_error.swap(kept);
+  }
+  return CCADDIN_OK;
 }
 
-CCADDIN_API int32_t ccaddin_same_object(const ccaddin_object* a, const ccaddin_object* b) {
+CCADDIN_API int32_t ccaddin_same_object(const ccaddin_object* a,
+                                        const ccaddin_object* b) CCADDIN_NOEXCEPT {
   if (a == nullptr || b == nullptr) return a == b ? 1 : 0;
   return a->target == b->target ? 1 : 0;
 }
 
-CCADDIN_API const char* ccaddin_last_error(void) { return ccaddin::last_error.c_str(); }
+CCADDIN_API const char* ccaddin_last_error(void) CCADDIN_NOEXCEPT {
+  return ccaddin::last_error.c_str();
+}
 
 CCADDIN_API ccaddin_status ccaddin_host_object_create(const ccaddin_host_vtable* vtable,
-                                                      void* user_data, ccaddin_object** out) {
+                                                      void* user_data,
+                                                      ccaddin_object** out) CCADDIN_NOEXCEPT {
   return Guard([&] {
     if (out == nullptr) throw AbiError{CCADDIN_E_INVALID_ARG, "the object pointer is NULL"};
     *out = nullptr;
@@ -379,11 +401,11 @@ CCADDIN_API ccaddin_status ccaddin_host_object_create(const ccaddin_host_vtable*
   });
 }
 
-CCADDIN_API void ccaddin_set_error(const char* message) {
-  ccaddin::SetError(message == nullptr ? std::string() : std::string(message));
+CCADDIN_API void ccaddin_set_error(const char* message) CCADDIN_NOEXCEPT {
+  ccaddin::SetError(message == nullptr ? std::string_view() : std::string_view(message));
 }
 
-CCADDIN_API char* ccaddin_string_dup(const char* text) {
+CCADDIN_API char* ccaddin_string_dup(const char* text) CCADDIN_NOEXCEPT {
   if (text == nullptr) return nullptr;
   try {
     return ccaddin::DupString(text);

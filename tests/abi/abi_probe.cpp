@@ -58,7 +58,9 @@ DispatchPtr ExposeProbe() {
           .Method("WriteTransInfo", 1, 1,
                   [](T&, DispatchArgs& a) {
                     TTransactionInfo info;
-                    info.strAuthorisationCode = "A\xA3" "1";  // "A£1"
+                    info.strAuthorisationCode =
+                        "A\xA3"
+                        "1";  // "A£1"
                     info.lTransactionRefNo = 4321;
                     info.lResponseCode = TRANSINFO_RC_AUTHORISED;
                     info.bFuelBunkerCard = true;

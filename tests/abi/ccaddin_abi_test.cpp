@@ -136,13 +136,17 @@ TEST(AbiRecords, TransactionInfoPropertiesKeepTheirTypes) {
 
 TEST(AbiRecords, TillInformationHasEveryPropertyAndTextCrossesAsUtf8) {
   Handle till(kTill);
-  for (const char* name : {"strMerchantName", "strAddressLine1", "strAddressLine2",
-                           "strAddressLine3", "strSitePhoneNumber", "strTillNumber",
-                           "strStoreNumber", "strReceiptNumber"}) {
+  for (const char* name :
+       {"strMerchantName", "strAddressLine1", "strAddressLine2", "strAddressLine3",
+        "strSitePhoneNumber", "strTillNumber", "strStoreNumber", "strReceiptNumber"}) {
     EXPECT_EQ(till.GetString(name), "") << name;
   }
-  ASSERT_EQ(till.Put("strMerchantName", Str("Caf\xC3\xA9 \xC2\xA3" "2 \xE2\x82\xAC")), CCADDIN_OK);
-  EXPECT_EQ(till.GetString("strMerchantName"), "Caf\xC3\xA9 \xC2\xA3" "2 \xE2\x82\xAC");
+  ASSERT_EQ(till.Put("strMerchantName", Str("Caf\xC3\xA9 \xC2\xA3"
+                                            "2 \xE2\x82\xAC")),
+            CCADDIN_OK);
+  EXPECT_EQ(till.GetString("strMerchantName"),
+            "Caf\xC3\xA9 \xC2\xA3"
+            "2 \xE2\x82\xAC");
   // A character Windows-1252 lacks becomes "?"; bytes that are not UTF-8 are refused.
   ASSERT_EQ(till.Put("strAddressLine1", Str("\xE6\x97\xA5 St")), CCADDIN_OK);
   EXPECT_EQ(till.GetString("strAddressLine1"), "? St");
@@ -168,16 +172,24 @@ TEST(AbiErrors, EachFailureHasItsOwnCodeAndMessage) {
   EXPECT_EQ(ccaddin_invoke(till.get(), "strTillNumber", CCADDIN_GET, &arg, 1, &out.v),
             CCADDIN_E_ARG_COUNT);
   ccaddin_variant mismatch[] = {Str("sale"), I32(100), Obj(till.get()), Obj(trans.get())};
-  EXPECT_EQ(
-      ccaddin_invoke(hook.get(), "AuthoriseTransaction", CCADDIN_METHOD, mismatch, 4, &out.v),
-      CCADDIN_E_TYPE_MISMATCH);
+  EXPECT_EQ(ccaddin_invoke(hook.get(), "AuthoriseTransaction", CCADDIN_METHOD, mismatch, 4, &out.v),
+            CCADDIN_E_TYPE_MISMATCH);
+
+  // Freeing by-reference arguments after a failure keeps its reason for the till to read.
+  ccaddin_variant refs[] = {Str("sale"), I32(100), Obj(till.get(), CCADDIN_BYREF),
+                            Obj(trans.get(), CCADDIN_BYREF)};
+  EXPECT_EQ(ccaddin_invoke(hook.get(), "AuthoriseTransaction", CCADDIN_METHOD, refs, 4, nullptr),
+            CCADDIN_E_TYPE_MISMATCH);
+  EXPECT_EQ(refs[2].flags, CCADDIN_BYREF | CCADDIN_OWNED);
+  ccaddin_variant_clear(&refs[2]);
+  ccaddin_variant_clear(&refs[3]);
+  EXPECT_NE(std::string(ccaddin_last_error()).find("Type mismatch"), std::string::npos);
 
   // The old hook does nothing and says so with False.
   ccaddin_variant ok_args[] = {I32(0), I32(100), Obj(till.get(), CCADDIN_BYREF),
                                Obj(trans.get(), CCADDIN_BYREF)};
-  ASSERT_EQ(
-      ccaddin_invoke(hook.get(), "AuthoriseTransaction", CCADDIN_METHOD, ok_args, 4, &out.v),
-      CCADDIN_OK);
+  ASSERT_EQ(ccaddin_invoke(hook.get(), "AuthoriseTransaction", CCADDIN_METHOD, ok_args, 4, &out.v),
+            CCADDIN_OK);
   EXPECT_EQ(out.v.type, CCADDIN_VT_BOOL);
   EXPECT_EQ(out.v.u.boolean, 0);
   EXPECT_STREQ(ccaddin_last_error(), "");
@@ -237,9 +249,8 @@ TEST(AbiVariants, EveryTypeRoundTripsAndByReferenceArgumentsComeBack) {
   ccaddin_variant null{};
   null.type = CCADDIN_VT_NULL;
   const std::vector<std::pair<ccaddin_variant, int32_t>> cases = {
-      {ccaddin_variant{}, 0}, {null, 1},           {I32(-7), 3},
-      {dbl, 5},               {Str("\xC3\xA9"), 8}, {Obj(till.get()), 9},
-      {Obj(nullptr), 9},      {Bool(-1), 11}};
+      {ccaddin_variant{}, 0}, {null, 1},         {I32(-7), 3},  {dbl, 5}, {Str("\xC3\xA9"), 8},
+      {Obj(till.get()), 9},   {Obj(nullptr), 9}, {Bool(-1), 11}};
   for (const auto& [in, internal_type] : cases) {
     ccaddin_variant arg = in;
     Var type;
@@ -249,9 +260,15 @@ TEST(AbiVariants, EveryTypeRoundTripsAndByReferenceArgumentsComeBack) {
     ASSERT_EQ(ccaddin_invoke(probe.get(), "Echo", CCADDIN_METHOD, &arg, 1, &back.v), CCADDIN_OK);
     ASSERT_EQ(back.v.type, in.type);
     switch (in.type) {
-      case CCADDIN_VT_INT32: EXPECT_EQ(back.v.u.i32, -7); break;
-      case CCADDIN_VT_DOUBLE: EXPECT_EQ(back.v.u.dbl, 2.675); break;
-      case CCADDIN_VT_BOOL: EXPECT_EQ(back.v.u.boolean, -1); break;
+      case CCADDIN_VT_INT32:
+        EXPECT_EQ(back.v.u.i32, -7);
+        break;
+      case CCADDIN_VT_DOUBLE:
+        EXPECT_EQ(back.v.u.dbl, 2.675);
+        break;
+      case CCADDIN_VT_BOOL:
+        EXPECT_EQ(back.v.u.boolean, -1);
+        break;
       case CCADDIN_VT_STRING:
         EXPECT_STREQ(back.v.u.str, "\xC3\xA9");
         EXPECT_NE(back.v.u.str, in.u.str);  // the library's own copy
@@ -274,7 +291,7 @@ TEST(AbiVariants, EveryTypeRoundTripsAndByReferenceArgumentsComeBack) {
   EXPECT_EQ(two[1].u.obj, till.get());
   EXPECT_STREQ(mine, "mine");
   ccaddin_variant_clear(&two[0]);
-  ccaddin_variant_clear(&two[1]);  // caller-owned: nothing freed
+  ccaddin_variant_clear(&two[1]);                  // caller-owned: nothing freed
   EXPECT_EQ(till.GetString("strTillNumber"), "");  // the till record is still alive
 }
 
@@ -328,16 +345,17 @@ ccaddin_status SaleInvoke(void* user, const char* name, int32_t kind, ccaddin_va
   if (kind == CCADDIN_PUT) {
     const ccaddin_variant& v = args[nargs - 1];
     sale->calls.back() += "=" + std::to_string(v.type) + ":" +
-                          (v.type == CCADDIN_VT_STRING ? std::string(v.u.str)
-                                                       : std::to_string(v.type == CCADDIN_VT_BOOL
-                                                                            ? v.u.boolean
-                                                                            : v.u.i32));
+                          (v.type == CCADDIN_VT_STRING
+                               ? std::string(v.u.str)
+                               : std::to_string(v.type == CCADDIN_VT_BOOL ? v.u.boolean : v.u.i32));
     return CCADDIN_OK;
   }
   return CCADDIN_E_UNKNOWN_MEMBER;
 }
 
-void SaleDestroy(void* user) { ++static_cast<Sale*>(user)->destroyed; }
+void SaleDestroy(void* user) {
+  ++static_cast<Sale*>(user)->destroyed;
+}
 
 const ccaddin_host_vtable kSaleVtable{SaleInvoke, SaleDestroy};
 
@@ -365,9 +383,9 @@ TEST(AbiHostObjects, TheComponentCallsTheTillsObjectByName) {
   EXPECT_EQ(total.v.u.i32, 1250);
 
   Var text;
-  ASSERT_EQ(ProbeInvoke(probe, host.get(), "Describe", CCADDIN_METHOD, {Str("\xC3\xA9t\xC3\xA9")},
-                        text),
-            CCADDIN_OK);
+  ASSERT_EQ(
+      ProbeInvoke(probe, host.get(), "Describe", CCADDIN_METHOD, {Str("\xC3\xA9t\xC3\xA9")}, text),
+      CCADDIN_OK);
   EXPECT_EQ(sale.last_text, "\xC3\xA9t\xC3\xA9");
   EXPECT_STREQ(text.v.u.str, "Sale \xC2\xA3");
 
@@ -378,16 +396,14 @@ TEST(AbiHostObjects, TheComponentCallsTheTillsObjectByName) {
             CCADDIN_OK);
   ASSERT_EQ(back.size(), 1u);
   EXPECT_EQ(back[0].u.i32, 1250);  // passed by value: untouched
-  ccaddin_variant byref[] = {Obj(host.get()), Str("Round"), I32(CCADDIN_METHOD),
-                             I32(1250)};
+  ccaddin_variant byref[] = {Obj(host.get()), Str("Round"), I32(CCADDIN_METHOD), I32(1250)};
   byref[3].flags = CCADDIN_BYREF;
   ASSERT_EQ(ccaddin_invoke(probe.get(), "Invoke", CCADDIN_METHOD, byref, 4, nullptr), CCADDIN_OK);
   EXPECT_EQ(byref[3].u.i32, 1300);
   EXPECT_EQ(byref[3].flags, CCADDIN_BYREF | CCADDIN_OWNED);
 
   Var failed;
-  EXPECT_EQ(ProbeInvoke(probe, host.get(), "Broken", CCADDIN_METHOD, {}, failed),
-            CCADDIN_E_FAILED);
+  EXPECT_EQ(ProbeInvoke(probe, host.get(), "Broken", CCADDIN_METHOD, {}, failed), CCADDIN_E_FAILED);
   EXPECT_STREQ(ccaddin_last_error(), "Till offline \xC3\xA9");
   EXPECT_EQ(ProbeInvoke(probe, host.get(), "Nope", CCADDIN_METHOD, {}, failed),
             CCADDIN_E_UNKNOWN_MEMBER);
@@ -419,7 +435,9 @@ TEST(AbiHostObjects, RecordsAreReadAndWrittenOnTheTillsOwnObjectsByName) {
             CCADDIN_OK)
       << ccaddin_last_error();
   ASSERT_EQ(sale.calls.size(), 22u);
-  EXPECT_EQ(sale.calls[0], "strAuthorisationCode/4/1=8:A\xC2\xA3" "1");
+  EXPECT_EQ(sale.calls[0],
+            "strAuthorisationCode/4/1=8:A\xC2\xA3"
+            "1");
   EXPECT_EQ(sale.calls[1], "lTransactionRefNo/4/1=3:4321");
   EXPECT_EQ(sale.calls[15], "bFuelBunkerCard/4/1=11:-1");
 
@@ -428,7 +446,9 @@ TEST(AbiHostObjects, RecordsAreReadAndWrittenOnTheTillsOwnObjectsByName) {
   ccaddin_variant ours = Obj(trans.get());
   ASSERT_EQ(ccaddin_invoke(probe.get(), "WriteTransInfo", CCADDIN_METHOD, &ours, 1, nullptr),
             CCADDIN_OK);
-  EXPECT_EQ(trans.GetString("strAuthorisationCode"), "A\xC2\xA3" "1");
+  EXPECT_EQ(trans.GetString("strAuthorisationCode"),
+            "A\xC2\xA3"
+            "1");
 
   ccaddin_variant nothing = Obj(nullptr);
   EXPECT_EQ(ccaddin_invoke(probe.get(), "ReadTillMerchant", CCADDIN_METHOD, &nothing, 1, nullptr),
@@ -449,8 +469,7 @@ TEST(AbiReferences, AHostObjectLivesWhileTheTillOrTheComponentHoldsIt) {
     ccaddin_release(host);
     ccaddin_release(host);  // the till's last reference
     EXPECT_EQ(sale.destroyed, 0);
-    ASSERT_EQ(ccaddin_invoke(probe.get(), "Drop", CCADDIN_METHOD, nullptr, 0, nullptr),
-              CCADDIN_OK);
+    ASSERT_EQ(ccaddin_invoke(probe.get(), "Drop", CCADDIN_METHOD, nullptr, 0, nullptr), CCADDIN_OK);
     EXPECT_EQ(sale.destroyed, 1);
   }
   EXPECT_EQ(sale.destroyed, 1);
