@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages=(
   # toolchain and build
-  g++ cmake ninja-build pkg-config git
+  g++ gcc binutils cmake ninja-build pkg-config git
   # test and benchmark frameworks
   libgtest-dev libgmock-dev libbenchmark-dev
   # settings store, serialisation helpers
