@@ -1,0 +1,256 @@
+#include "receipts/generate_report.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "platform/virtual_env.h"
+#include "support/golden.h"
+#include "support/temp_dir.h"
+
+namespace ccaddin {
+namespace {
+
+using testing::MatchesGolden;
+using testing::SplitLines;
+using testing::TempDir;
+
+constexpr const char* kHeading = "REFERENCE,DATE,KIND,AMOUNT,CASHBACK,CARD GROUP\r\n";
+constexpr const char* kDataFile = "TMP_20260115_173042.txt";
+constexpr const char* kFuelFile = "TMP_FUEL_20260115_173042.txt";
+
+TTillInformation Till() {
+  TTillInformation till;
+  till.strMerchantName = "HILLTOP SERVICE STATION";
+  till.strAddressLine1 = "12 Market Street";
+  till.strAddressLine3 = "Kendal LA9 4QT";
+  till.strSitePhoneNumber = "01539 720000";
+  till.strTillNumber = "3";
+  return till;
+}
+
+class GenerateReportTest : public ::testing::Test {
+ protected:
+  // Writes a data file of the server's form: heading, then the records as given.
+  void Data(const std::string& name, const std::string& records) {
+    dir_.Write(name, std::string(kHeading) + records);
+  }
+
+  int32_t Write(const std::string& fuel = "", bool x_report = false, int32_t exponent = 2) {
+    return report_.WriteReportFile(Till(), dir_.folder(), kDataFile, fuel, x_report, exponent, false);
+  }
+
+  VirtualEnv env_;
+  ScopedEnv scoped_{&env_};
+  TempDir dir_;
+  TGenerateReport report_;
+};
+
+TEST_F(GenerateReportTest, HeadingOnlyGivesNoTransactionsReport) {
+  Data(kDataFile, "");
+  ASSERT_EQ(Write("", true), 0) << report_.strErrorMessage();
+  EXPECT_TRUE(MatchesGolden(report_.strReport(), "reports/x_report_empty.txt"));
+}
+
+TEST_F(GenerateReportTest, GroupsInOrderOfFirstAppearanceWithCashbackOnlyWhereTaken) {
+  Data(kDataFile,
+       "1,20260115,A,4200,0,Visa\r\n"
+       "2,20260115,B,2500,2000,Mastercard\r\n"
+       "3,20260115,A,1999,0,Visa\r\n"
+       "4,20260115,F,1500,0,Visa\r\n"
+       "5,20260115,A,105,0,Mastercard\r\n"
+       "6,20260115,F,7500,0,Amex\r\n");
+  ASSERT_EQ(Write(), 0) << report_.strErrorMessage();
+  EXPECT_TRUE(MatchesGolden(report_.strReport(), "reports/z_report_groups.txt"));
+}
+
+TEST_F(GenerateReportTest, FuelSummaryFollowsTheCardReport) {
+  Data(kDataFile,
+       "1,20260115,A,6000,0,Visa\r\n"
+       "2,20260115,A,8250,0,Fuel Card\r\n");
+  Data(kFuelFile,
+       "2,20260115,A,8250,0,Fuel Card\r\n"
+       "7,20260115,F,1250,0,Fuel Card\r\n");
+  ASSERT_EQ(Write(kFuelFile, true), 0) << report_.strErrorMessage();
+  EXPECT_TRUE(MatchesGolden(report_.strReport(), "reports/x_report_fuel_summary.txt"));
+}
+
+TEST_F(GenerateReportTest, ReportFileIsRptAndTheDataNameFromItsFifthCharacter) {
+  Data(kDataFile, "1,20260115,A,100,0,Visa\r\n");
+  ASSERT_EQ(Write(), 0) << report_.strErrorMessage();
+  EXPECT_EQ(report_.strReportFileName(), dir_.file("RPT_20260115_173042.txt"));
+  // The file holds the same lines as the composed text, one line per row.
+  EXPECT_EQ(SplitLines(dir_.Read("RPT_20260115_173042.txt")), SplitLines(report_.strReport()));
+  for (const std::string& line : SplitLines(report_.strReport())) {
+    EXPECT_LE(line.size(), 40u) << line;
+  }
+}
+
+TEST_F(GenerateReportTest, MemoryOnlyComposesWithoutWriting) {
+  Data(kDataFile, "1,20260115,A,100,0,Visa\r\n");
+  ASSERT_EQ(report_.WriteReportFile(Till(), dir_.folder(), kDataFile, "", false, 2, true), 0);
+  EXPECT_NE(report_.strReport().find("CREDIT CARD Z-REPORT"), std::string::npos);
+  EXPECT_FALSE(std::filesystem::exists(dir_.file("RPT_20260115_173042.txt")));
+}
+
+// A 40-column line with `left` at the start and `right` at the end.
+std::string Row(const std::string& left, const std::string& right) {
+  return left + std::string(40 - left.size() - right.size(), ' ') + right;
+}
+
+TEST_F(GenerateReportTest, AmountsFollowTheExponentAndTheLocaleSeparator) {
+  Data(kDataFile, "1,20260115,A,123456,0,Visa\r\n2,20260115,F,200000,0,Visa\r\n");
+  const struct {
+    int32_t exponent;
+    const char* separator;
+    const char* sale;
+    const char* zero;
+    const char* net;
+  } cases[] = {
+      {0, ".", "123456", "0", "-76544"},
+      {1, ".", "12345.6", "0.0", "-7654.4"},
+      {2, ",", "1234,56", "0.00", "-765,44"},
+      {3, ".", "123.456", "0.000", "-76.544"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.exponent);
+    env_.SetDecimalSeparator(c.separator);
+    ASSERT_EQ(Write("", false, c.exponent), 0) << report_.strErrorMessage();
+    const std::vector<std::string> lines = SplitLines(report_.strReport());
+    const auto has = [&](const std::string& line) {
+      return std::find(lines.begin(), lines.end(), line) != lines.end();
+    };
+    EXPECT_TRUE(has(Row("SALE", c.sale)));
+    EXPECT_TRUE(has(Row("TOTAL CASHBACK", c.zero)));
+    EXPECT_TRUE(has(Row("TOTAL", c.net)));
+    EXPECT_FALSE(has(Row("CASHBACK", c.zero)));
+  }
+}
+
+TEST_F(GenerateReportTest, GroupNamesMatchExactlyAndPrintInUpperCase) {
+  // "visa" and "Visa" are different groups to the server; both print upper-cased. An
+  // unknown kind counts without adding to any total.
+  Data(kDataFile,
+       "1,20260115,A,100,0,Visa\r\n"
+       "2,20260115,A,200,0,visa\r\n"
+       "3,20260115,X,999,999,Visa\r\n"
+       "4,20260115,A,300,0,Carte \xe9l\xe9gante\r\n");
+  std::vector<TReportTotals> totals;
+  ASSERT_EQ(report_.PopulateTotalStructure(dir_.file(kDataFile), totals), 0);
+  ASSERT_EQ(totals.size(), 3u);
+  EXPECT_EQ(totals[0].strGroupName, "Visa");
+  EXPECT_EQ(totals[0].lCount, 2);
+  EXPECT_EQ(totals[0].lSaleTotal, 100);
+  EXPECT_EQ(totals[0].lCashbackTotal, 0);
+  EXPECT_EQ(totals[1].strGroupName, "visa");
+  EXPECT_EQ(totals[2].lSaleTotal, 300);
+  ASSERT_EQ(Write(), 0);
+  EXPECT_NE(report_.strReport().find("CARTE \xc9L\xc9GANTE"), std::string::npos);
+  EXPECT_NE(report_.strReport().find("VISA                             COUNT=1"), std::string::npos);
+}
+
+TEST_F(GenerateReportTest, BlankLinesAndQuotedFieldsAreRead) {
+  Data(kDataFile,
+       "\r\n"
+       "1,20260115,A,100,0,Visa\r\n"
+       "   \r\n"
+       "2,20260115,B, 250 ,\"50\",\"Debit, UK\"\r\n"
+       "\r\n");
+  std::vector<TReportTotals> totals;
+  ASSERT_EQ(report_.PopulateTotalStructure(dir_.file(kDataFile), totals), 0)
+      << report_.strErrorMessage();
+  ASSERT_EQ(totals.size(), 2u);
+  EXPECT_EQ(totals[1].strGroupName, "Debit, UK");
+  EXPECT_EQ(totals[1].lSaleTotal, 250);
+  EXPECT_EQ(totals[1].lCashbackTotal, 50);
+}
+
+TEST_F(GenerateReportTest, BadDataFailsWithTheTextAndWritesNothing) {
+  const struct {
+    const char* records;
+    const char* message;
+  } cases[] = {
+      {"1,20260115,A,100,0,Visa\r\n2,20260115,A,100,0\r\n",
+       "Invalid number of fields in report record"},
+      {"1,20260115,A,abc,0,Visa\r\n",
+       "TGenerateReport.PopulateTotalStructure() Failed - Invalid amount \"abc\" on line 2 of the "
+       "report data file"},
+      {"1,20260115,A,12.50,0,Visa\r\n",
+       "TGenerateReport.PopulateTotalStructure() Failed - Invalid amount \"12.50\" on line 2 of "
+       "the report data file"},
+      {"1,20260115,B,100,,Visa\r\n",
+       "TGenerateReport.PopulateTotalStructure() Failed - Invalid amount \"\" on line 2 of the "
+       "report data file"},
+      {"1,20260115,F,99999999999,0,Visa\r\n",
+       "TGenerateReport.PopulateTotalStructure() Failed - Invalid amount \"99999999999\" on line 2 "
+       "of the report data file"},
+      {"1,20260115,A,2000000000,0,Visa\r\n2,20260115,A,2000000000,0,Visa\r\n",
+       "TGenerateReport.PopulateTotalStructure() Failed - Overflow"},
+      // Each group fits, the grand total does not.
+      {"1,20260115,A,2000000000,0,Visa\r\n2,20260115,A,2000000000,0,Amex\r\n",
+       "TGenerateReport.GenerateReport() Failed - Overflow"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.records);
+    Data(kDataFile, c.records);
+    EXPECT_EQ(Write(), 1);
+    EXPECT_EQ(report_.strErrorMessage(), c.message);
+    EXPECT_EQ(report_.strReport(), "");
+    EXPECT_FALSE(std::filesystem::exists(dir_.file("RPT_20260115_173042.txt")));
+  }
+}
+
+TEST_F(GenerateReportTest, MissingFilesAndUnwritableFolderGiveTheirTexts) {
+  EXPECT_EQ(Write(), 1);
+  EXPECT_EQ(report_.strErrorMessage(), "Failed opening report file " + dir_.file(kDataFile));
+
+  Data(kDataFile, "1,20260115,A,100,0,Visa\r\n");
+  EXPECT_EQ(Write(kFuelFile), 1);
+  EXPECT_EQ(report_.strErrorMessage(), "Failed opening report file " + dir_.file(kFuelFile));
+  EXPECT_FALSE(std::filesystem::exists(dir_.file("RPT_20260115_173042.txt")));
+
+  // The report folder holds a folder of the report file's name: it cannot be created.
+  std::filesystem::create_directory(dir_.file("RPT_20260115_173042.txt"));
+  EXPECT_EQ(Write(), 1);
+  EXPECT_EQ(report_.strErrorMessage(),
+            "Failed opeing report file " + dir_.file("RPT_20260115_173042.txt"));
+}
+
+TEST_F(GenerateReportTest, NamesWithoutTheServerPatternStillGiveAReport) {
+  dir_.Write("t.txt", kHeading);
+  ASSERT_EQ(report_.WriteReportFile(Till(), dir_.folder(), "t.txt", "", false, 2, false), 0);
+  // Whatever stands at the date's places is printed; here only the "t" of ".txt".
+  EXPECT_EQ(SplitLines(report_.strReport())[4], "--t :                             TILL 3");
+  EXPECT_EQ(report_.strReportFileName(), dir_.file("RPT_t"));
+}
+
+TEST_F(GenerateReportTest, LargeFileAddsUpEveryRecord) {
+  std::string records;
+  const char* groups[] = {"Visa", "Mastercard", "Maestro", "Amex"};
+  for (int i = 0; i < 100000; ++i) {
+    records += std::to_string(i) + ",20260115," + (i % 10 == 0 ? "F" : i % 3 == 0 ? "B" : "A") +
+               ",1000,150," + groups[i % 4] + "\r\n";
+  }
+  Data(kDataFile, records);
+  std::vector<TReportTotals> totals;
+  ASSERT_EQ(report_.PopulateTotalStructure(dir_.file(kDataFile), totals), 0);
+  ASSERT_EQ(totals.size(), 4u);
+  int64_t count = 0, sale = 0, cashback = 0, refund = 0;
+  for (const auto& t : totals) {
+    count += t.lCount;
+    sale += t.lSaleTotal;
+    cashback += t.lCashbackTotal;
+    refund += t.lRefundTotal;
+  }
+  // 10000 refunds; of the other 90000, those divisible by 3 (30000) took cashback.
+  EXPECT_EQ(count, 100000);
+  EXPECT_EQ(refund, 10000 * 1000);
+  EXPECT_EQ(sale, 90000 * 1000);
+  EXPECT_EQ(cashback, 30000 * 150);
+}
+
+}  // namespace
+}  // namespace ccaddin
