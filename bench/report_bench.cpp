@@ -33,7 +33,9 @@ class DataFolder {
     out << "REFERENCE,DATE,KIND,AMOUNT,CASHBACK,CARD GROUP\r\n";
     for (int i = 1; i <= kRecords; ++i) {
       const char* kind = i % 10 == 0 ? "F" : i % 3 == 0 ? "B" : "A";
-      out << i << ",20260115," << kind << "," << (i % 9000) + 100 << ","
+      // Amounts average 10.00, so that the batch's totals stay within the 32-bit range
+      // the report's figures have.
+      out << i << ",20260115," << kind << "," << (i % 2000) + 1 << ","
           << (kind[0] == 'B' ? 2000 : 0) << "," << groups[i % 8] << "\r\n";
     }
   }
