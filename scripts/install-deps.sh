@@ -13,6 +13,8 @@ packages=(
   libsqlite3-dev sqlite3 nlohmann-json3-dev
   # serial line tests (pty pairs), printed PDF checks, C ABI tests
   socat poppler-utils python3
+  # the OS printer driver (QPrinter) and a fixed-pitch font for printed receipts
+  qt6-base-dev fonts-dejavu-core
 )
 
 missing=()

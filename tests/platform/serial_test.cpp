@@ -16,10 +16,13 @@
 #include <thread>
 
 #include "platform/virtual_env.h"
+#include "support/socat_line.h"
 #include "support/temp_dir.h"
 
 namespace ccaddin {
 namespace {
+
+using testing::SocatLine;
 
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
@@ -27,75 +30,6 @@ using namespace std::chrono_literals;
 double SecondsSince(Clock::time_point start) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
-
-// A null-modem cable made of two pseudo-terminals joined by socat: what is written to
-// near() comes out of far() and back. The far end is opened raw, as a device would be.
-class SocatLine {
- public:
-  SocatLine() {
-    near_ = dir_.file("ttyA");
-    far_ = dir_.file("ttyB");
-    pid_ = fork();
-    if (pid_ == 0) {
-      const int null = open("/dev/null", O_WRONLY);
-      dup2(null, 2);
-      execlp("socat", "socat", ("pty,raw,echo=0,link=" + near_).c_str(),
-             ("pty,raw,echo=0,link=" + far_).c_str(), static_cast<char*>(nullptr));
-      _exit(127);
-    }
-    const auto deadline = Clock::now() + 5s;
-    while (!(std::filesystem::exists(near_) && std::filesystem::exists(far_)) &&
-           Clock::now() < deadline) {
-      std::this_thread::sleep_for(10ms);
-    }
-    far_fd_ = open(far_.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
-    if (far_fd_ >= 0) {
-      termios t{};
-      tcgetattr(far_fd_, &t);
-      cfmakeraw(&t);
-      tcsetattr(far_fd_, TCSANOW, &t);
-    }
-  }
-  ~SocatLine() {
-    if (far_fd_ >= 0) close(far_fd_);
-    Stop();
-  }
-  void Stop() {
-    if (pid_ <= 0) return;
-    kill(pid_, SIGTERM);
-    waitpid(pid_, nullptr, 0);
-    pid_ = 0;
-  }
-
-  [[nodiscard]] bool ready() const { return far_fd_ >= 0; }
-  [[nodiscard]] const std::string& near() const { return near_; }
-  [[nodiscard]] const testing::TempDir& dir() const { return dir_; }
-
-  void SendFromFar(const std::string& bytes) const {
-    ASSERT_EQ(write(far_fd_, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-  }
-  // Everything that reaches the far end until `count` bytes have come or `wait` passes.
-  [[nodiscard]] std::string ReceiveAtFar(size_t count, std::chrono::milliseconds wait = 2s) const {
-    std::string got;
-    const auto deadline = Clock::now() + wait;
-    char buffer[4096];
-    while (got.size() < count && Clock::now() < deadline) {
-      pollfd p{far_fd_, POLLIN, 0};
-      if (poll(&p, 1, 20) > 0) {
-        const ssize_t n = read(far_fd_, buffer, sizeof buffer);
-        if (n > 0) got.append(buffer, static_cast<size_t>(n));
-      }
-    }
-    return got;
-  }
-
- private:
-  testing::TempDir dir_;
-  std::string near_;
-  std::string far_;
-  pid_t pid_ = -1;
-  int far_fd_ = -1;
-};
 
 TConnectionInfo Line(const std::string& port, int32_t baud = 9600, int32_t parity = 2,
                      int32_t databits = 4, int32_t stopbit = 0, int32_t flow = 0) {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/virtual_env.h"
-#include "support/golden.h"
+#include "support/golden_text.h"
 #include "support/temp_dir.h"
 
 namespace ccaddin {

@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "platform/virtual_env.h"
-#include "support/golden.h"
+#include "support/golden_text.h"
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
 

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "receipts/receipt_data_interpreter.h"
+#include "payment/receipt_data_interpreter.h"
 
 namespace ccaddin {
 namespace {

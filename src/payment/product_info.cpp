@@ -1,4 +1,4 @@
-#include "receipts/product_info.h"
+#include "payment/product_info.h"
 
 #include <algorithm>
 #include <charconv>

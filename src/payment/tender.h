@@ -4,6 +4,7 @@
 // Nothing here blocks. An index outside 0 to 2 is a caller's mistake: the operation does
 // nothing, gives False (updates), 0 or "" (reads), and leaves
 // "TTender.<Operation>() Failed - Subscript out of range" in strErrorMessage.
+// ConfirmTenders talks to the payment server and blocks as long as the library does.
 #pragma once
 
 #include <array>
@@ -44,6 +45,13 @@ class TTender {
   [[nodiscard]] int32_t GetTotalSaleAmount();
   [[nodiscard]] int32_t GetTotalCashAmount();
   [[nodiscard]] int32_t GetTotalGratuityAmount();
+
+  // Settles every authorised part (state 3) with the payment server at the end of a split
+  // payment: confirms them, or cancels them when bCancel. Uses the thread's loaded
+  // configuration (Shared()); does nothing in operating mode 1 or with no authorised
+  // part. The parts keep their states and the server's answers are not examined; a failure
+  // to connect twice sends nothing and leaves the reason in strErrorMessage.
+  void ConfirmTenders(bool bCancel);
 
   // The last failure; a later success does not clear it.
   [[nodiscard]] const std::string& strErrorMessage() const { return error_message_; }

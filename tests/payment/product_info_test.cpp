@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "receipts/product_info.h"
+#include "payment/product_info.h"
 
 namespace ccaddin {
 namespace {

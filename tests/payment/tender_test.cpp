@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "ui/tender.h"
+#include "payment/tender.h"
 
 namespace ccaddin {
 namespace {

@@ -1,8 +1,10 @@
-#include "ui/tender.h"
+#include "payment/tender.h"
 
 #include <limits>
 
+#include "payment/credit_card_common.h"
 #include "platform/trap.h"
+#include "qlclient/ql_factory.h"
 
 namespace ccaddin {
 
@@ -114,6 +116,48 @@ int32_t TTender::GetTotalCashAmount() {
 int32_t TTender::GetTotalGratuityAmount() {
   return Trap(error_message_, "TTender.GetTotalGratuityAmount() Failed - ", 0,
               [&] { return SumAuthorised(&Part::gratuity_amount); });
+}
+
+void TTender::ConfirmTenders(bool bCancel) {
+  TrapVoid(error_message_, "TTender.ConfirmTenders() Failed - ", [&] {
+    const CreditCardCommon& config = Shared();
+    if (config.lOperatingMode == 1) return;
+    bool any_authorised = false;
+    for (const Part& part : parts_) any_authorised = any_authorised || part.state == kStateAuthorised;
+    if (!any_authorised) return;
+
+    QlFactory& factory = CurrentQlFactory();
+    const std::unique_ptr<QlParameters> parameters = factory.CreateParameters();
+    const std::unique_ptr<QlSession> session = factory.CreateSession();
+    const std::unique_ptr<QlLogin> login = factory.CreateLogin();
+    const std::unique_ptr<QlConfirm> confirm = factory.CreateConfirm();
+    parameters->SetConfigFile(config.strConfigFileLocation, config.strConfigFileName);
+
+    constexpr int32_t kConnectFailed = 1;
+    constexpr int32_t kLoggedIn = 1;
+    if (session->Connect(*parameters, false, 0) == kConnectFailed &&
+        session->Connect(*parameters, true, 0) == kConnectFailed) {
+      throw Failure("Connect failed - " + session->strErrorText);
+    }
+    if (login->Login(config.strQuaylinkMerchantId, config.strQuaylinkClientId,
+                     config.strQuaylinkPassword, 1) != kLoggedIn) {
+      // One fresh session; whatever it answers, the parts are sent: a refused login is
+      // answered again by each confirmation, which the server then records or refuses.
+      session->Disconnect();
+      (void)session->Connect(*parameters, true, 0);
+      (void)login->Login(config.strQuaylinkMerchantId, config.strQuaylinkClientId,
+                         config.strQuaylinkPassword, 1);
+    }
+    const int32_t confirm_code = bCancel ? 2 : 0;  // TRANSACTION_CONFIRMTYPE
+    for (const Part& part : parts_) {
+      if (part.state != kStateAuthorised) continue;
+      QlTransaction result;
+      (void)confirm->Confirm(config.strQuaylinkClientId, part.trans_ref_no, confirm_code,
+                             part.auth_code, true, result, 0);
+    }
+    (void)login->Logout();
+    session->Disconnect();
+  });
 }
 
 }  // namespace ccaddin

@@ -1,4 +1,4 @@
-#include "receipts/receipt_data_interpreter.h"
+#include "payment/receipt_data_interpreter.h"
 
 #include <cstdlib>
 #include <string_view>

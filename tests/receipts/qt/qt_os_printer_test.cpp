@@ -1,0 +1,164 @@
+#include "receipts/qt/qt_os_printer.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/temp_dir.h"
+
+namespace ccaddin {
+namespace {
+
+std::string RunCommand(const std::string& command) {
+  std::string out;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return out;
+  char buffer[4096];
+  size_t n;
+  while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
+  pclose(pipe);
+  return out;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    if (line.find_first_not_of(" \f") != std::string::npos) lines.push_back(line);
+  }
+  return lines;
+}
+
+// What a reader of the PDF sees, laid out in columns as printed.
+std::string PdfText(const std::string& pdf) { return RunCommand("pdftotext -layout '" + pdf + "' -"); }
+std::string PdfFonts(const std::string& pdf) { return RunCommand("pdffonts '" + pdf + "'"); }
+
+class QtOsPrinterTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { setenv("QT_QPA_PLATFORM", "offscreen", 1); }
+
+  std::unique_ptr<OsPrinter> PdfPrinter() {
+    return MakeQtOsPrinter(QtOsPrinterOptions{pdf_, "Receipts"});
+  }
+
+  testing::TempDir dir_;
+  std::string pdf_ = dir_.file("receipt.pdf");
+};
+
+TEST_F(QtOsPrinterTest, NamedPrinterPrintsTheReceiptInItsFontWithColumnsKept) {
+  auto printer = PdfPrinter();
+  ASSERT_TRUE(printer->SelectPrinter("Receipts", {"DejaVu Sans Mono", 9, true}))
+      << printer->strErrorMessage();
+  EXPECT_EQ(printer->SelectedPrinterName(), "Receipts");
+  // 40-column lines with right-justified amounts, Windows-1252 pound and euro signs,
+  // and every kind of line end.
+  const std::string receipt =
+      "            HARBOUR ROAD STORES\r\n"
+      "SALE                              \xA3" "12.50\r"
+      "CASHBACK                         \xA3" "100.00\n"
+      "EUR                              \x80" "115.10\r\n"
+      "\r\n"
+      "          PLEASE RETAIN RECEIPT";
+  ASSERT_TRUE(printer->PrintText(receipt)) << printer->strErrorMessage();
+
+  const std::vector<std::string> lines = Lines(PdfText(pdf_));
+  ASSERT_EQ(lines.size(), 5u) << PdfText(pdf_);
+  EXPECT_NE(lines[0].find("HARBOUR ROAD STORES"), std::string::npos);
+  EXPECT_NE(lines[1].find("SALE"), std::string::npos);
+  EXPECT_NE(lines[1].find("\xC2\xA3" "12.50"), std::string::npos) << lines[1];
+  EXPECT_NE(lines[3].find("\xE2\x82\xAC" "115.10"), std::string::npos) << lines[3];
+  EXPECT_NE(lines[4].find("PLEASE RETAIN RECEIPT"), std::string::npos);
+  // Fixed pitch: the right-justified amounts end in the same column (counted in
+  // characters: pdftotext writes UTF-8).
+  const auto end_of = [](const std::string& line, const std::string& amount) {
+    const size_t end = line.find(amount) + amount.size();
+    size_t column = 0;
+    for (size_t i = 0; i < end; ++i) column += (static_cast<uint8_t>(line[i]) & 0xC0) != 0x80;
+    return column;
+  };
+  EXPECT_EQ(end_of(lines[1], "12.50"), end_of(lines[2], "100.00"));
+  EXPECT_EQ(end_of(lines[1], "12.50"), end_of(lines[3], "115.10"));
+
+  const std::string fonts = PdfFonts(pdf_);
+  EXPECT_NE(fonts.find("DejaVuSansMono-Bold"), std::string::npos) << fonts;
+}
+
+// Settings written for another system name fonts this one lacks ("Courier New" on a
+// till without it): the receipt must still print in a fixed-pitch font.
+TEST_F(QtOsPrinterTest, MissingFontFamilyFallsBackToAFixedPitchFont) {
+  auto printer = PdfPrinter();
+  ASSERT_TRUE(printer->SelectPrinter("Receipts", {"Arial", 10, false}));
+  ASSERT_TRUE(printer->PrintText("AMOUNT"));
+  const std::string fonts = PdfFonts(pdf_);
+  EXPECT_NE(fonts.find("Mono"), std::string::npos) << fonts;
+}
+
+TEST_F(QtOsPrinterTest, UnknownNameUsesTheDefaultPrinterAndFont) {
+  auto printer = PdfPrinter();
+  ASSERT_TRUE(printer->SelectPrinter("Back Office Laser", {"DejaVu Serif", 20, true}))
+      << printer->strErrorMessage();
+  EXPECT_EQ(printer->SelectedPrinterName(), "Receipts");
+  ASSERT_TRUE(printer->PrintText("DEFAULT FONT\r\n"));
+  EXPECT_NE(PdfText(pdf_).find("DEFAULT FONT"), std::string::npos);
+  const std::string fonts = PdfFonts(pdf_);
+  EXPECT_NE(fonts.find("Mono"), std::string::npos) << fonts;
+  EXPECT_EQ(fonts.find("Serif"), std::string::npos) << fonts;
+  EXPECT_EQ(fonts.find("Bold"), std::string::npos) << fonts;
+}
+
+TEST_F(QtOsPrinterTest, LongTextContinuesOnNewPagesInOrder) {
+  auto printer = PdfPrinter();
+  ASSERT_TRUE(printer->SelectPrinter("Receipts", {"DejaVu Sans Mono", 12, false}));
+  std::string report;
+  for (int i = 1; i <= 150; ++i) report += "LINE " + std::to_string(i) + "\r\n";
+  ASSERT_TRUE(printer->PrintText(report)) << printer->strErrorMessage();
+
+  const std::string info = RunCommand("pdfinfo '" + pdf_ + "'");
+  const size_t pages_at = info.find("Pages:");
+  ASSERT_NE(pages_at, std::string::npos) << info;
+  EXPECT_GT(std::stoi(info.substr(pages_at + 6)), 1);
+  const std::vector<std::string> lines = Lines(PdfText(pdf_));
+  ASSERT_EQ(lines.size(), 150u);
+  for (int i = 1; i <= 150; ++i) {
+    EXPECT_NE(lines[i - 1].find("LINE " + std::to_string(i)), std::string::npos) << lines[i - 1];
+  }
+}
+
+TEST_F(QtOsPrinterTest, InstalledDriverServesTheFactoryAndMisuseFails) {
+  InstallOsPrinterFactory({});
+  auto none = CreateOsPrinter();
+  EXPECT_FALSE(none->SelectPrinter("Receipts", {}));
+  EXPECT_FALSE(none->PrintText("X"));
+  EXPECT_EQ(none->strErrorMessage(), "No printer driver installed");
+
+  InstallQtOsPrinter(QtOsPrinterOptions{pdf_, "Receipts"});
+  auto printer = CreateOsPrinter();
+  EXPECT_FALSE(printer->PrintText("X"));
+  EXPECT_EQ(printer->strErrorMessage(), "No printer selected");
+  ASSERT_TRUE(printer->SelectPrinter("Receipts", {}));
+  ASSERT_TRUE(printer->PrintText("FROM THE FACTORY"));
+  EXPECT_NE(PdfText(pdf_).find("FROM THE FACTORY"), std::string::npos);
+  InstallOsPrinterFactory({});
+
+  // An unwritable output is a failure of the print call, not a silent loss.
+  auto unwritable = MakeQtOsPrinter(QtOsPrinterOptions{dir_.file("no/such/folder/x.pdf"), "P"});
+  ASSERT_TRUE(unwritable->SelectPrinter("P", {}));
+  EXPECT_FALSE(unwritable->PrintText("LOST"));
+  EXPECT_EQ(unwritable->strErrorMessage(), "Printer P cannot start a document");
+}
+
+TEST_F(QtOsPrinterTest, WithoutAnyPrinterSelectionFails) {
+  auto printer = MakeQtOsPrinter();
+  if (printer->SelectPrinter("Receipts", {})) {
+    GTEST_SKIP() << "this machine has printers (" << printer->SelectedPrinterName() << ")";
+  }
+  EXPECT_EQ(printer->strErrorMessage(), "No printer available");
+  EXPECT_FALSE(printer->PrintText("X"));
+}
+
+}  // namespace
+}  // namespace ccaddin
