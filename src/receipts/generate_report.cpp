@@ -1,14 +1,16 @@
 #include "receipts/generate_report.h"
 
 #include <charconv>
+#include <algorithm>
 #include <limits>
 #include <string_view>
 #include <unordered_map>
 
 #include "platform/csv_record.h"
 #include "platform/file_system.h"
-#include "platform/text_box_format.h"
+#include "payment/credit_card_common.h"
 #include "platform/trap.h"
+#include "receipts/receipt.h"
 
 namespace ccaddin {
 namespace {
@@ -18,6 +20,8 @@ constexpr const char* kCrLf = "\r\n";
 
 constexpr std::string_view kGenerateReportFailed = "TGenerateReport.GenerateReport() Failed - ";
 constexpr std::string_view kPopulateFailed = "TGenerateReport.PopulateTotalStructure() Failed - ";
+constexpr std::string_view kPrintFailed = "TGenerateReport.PrintReport() Failed - ";
+constexpr std::string_view kPrintReceiptFailed = "TReceipt.PrintReceipt() Failed - ";
 
 const std::string& Dashes() {
   static const std::string dashes(kWidth, '-');
@@ -51,34 +55,6 @@ std::string UpperCase(std::string text) {
     }
   }
   return text;
-}
-
-std::string CentreText(const std::string& text) {
-  long k = static_cast<long>(kWidth) - static_cast<long>(text.size());
-  if (k % 2 != 0) k -= 1;
-  const std::string blanks(static_cast<size_t>(k < 0 ? -k : k) / 2, ' ');
-  return blanks + text + blanks;
-}
-
-std::string JoinLeftRight(const std::string& left_text, const std::string& right_text) {
-  const std::string left = TrimBlanks(std::string_view(left_text).substr(0, kWidth));
-  const size_t width = kWidth - left.size();
-  if (right_text.size() >= width) return left + right_text.substr(0, width);
-  return left + std::string(width - right_text.size(), ' ') + right_text;
-}
-
-std::string FormatAmount(int32_t amount, int32_t exponent) {
-  if (amount == 0) {
-    switch (exponent) {
-      case 0: return "0";
-      case 1: return "0.0";
-      case 2: return "0.00";
-      case 3: return "0.000";
-      default: return {};
-    }
-  }
-  const int32_t clamped = std::min<int32_t>(std::max<int32_t>(exponent, -1), 32);
-  return TextBoxFormat::FormatCurrencyDown(amount, static_cast<int16_t>(clamped));
 }
 
 // Totals are 32-bit on the printed report, as in the server's own figures; a sum that
@@ -128,23 +104,23 @@ class ReportText {
     const std::string date =
         Mid(date_name, 11, 2) + "-" + Mid(date_name, 9, 2) + "-" + Mid(date_name, 5, 4);
     const std::string time = Mid(date_name, 14, 2) + ":" + Mid(date_name, 16, 2);
-    Add(JoinLeftRight(date + " " + time, "TILL " + till.strTillNumber));
+    Add(TReceipt::JoinLeftRight(date + " " + time, "TILL " + till.strTillNumber));
     Add("");
-    Add(CentreText(title));
+    Add(TReceipt::CentreText(title));
 
     int64_t count = 0, sale = 0, cashback = 0, refund = 0;
     for (const TReportTotals& group : totals) {
       Add(Dashes());
-      Add(JoinLeftRight(UpperCase(group.strGroupName), "COUNT=" + std::to_string(group.lCount)));
+      Add(TReceipt::JoinLeftRight(UpperCase(group.strGroupName), "COUNT=" + std::to_string(group.lCount)));
       Add(Dashes());
-      Add(JoinLeftRight("SALE", FormatAmount(group.lSaleTotal, exponent)));
+      Add(TReceipt::JoinLeftRight("SALE", TReceipt::FormatAmount(group.lSaleTotal, exponent)));
       if (group.lCashbackTotal > 0) {
-        Add(JoinLeftRight("CASHBACK", FormatAmount(group.lCashbackTotal, exponent)));
+        Add(TReceipt::JoinLeftRight("CASHBACK", TReceipt::FormatAmount(group.lCashbackTotal, exponent)));
       }
-      Add(JoinLeftRight("REFUND", "-" + FormatAmount(group.lRefundTotal, exponent)));
+      Add(TReceipt::JoinLeftRight("REFUND", "-" + TReceipt::FormatAmount(group.lRefundTotal, exponent)));
       Add(Dashes());
       const int32_t net = Checked(int64_t{group.lSaleTotal} + group.lCashbackTotal - group.lRefundTotal);
-      Add(JoinLeftRight("TOTAL", FormatAmount(net, exponent)));
+      Add(TReceipt::JoinLeftRight("TOTAL", TReceipt::FormatAmount(net, exponent)));
       Add(Dashes());
       Add("");
       count += group.lCount;
@@ -154,21 +130,21 @@ class ReportText {
     }
     if (totals.empty()) {
       Add(Dashes());
-      Add(CentreText("NO TRANSACTIONS"));
+      Add(TReceipt::CentreText("NO TRANSACTIONS"));
       Add(Dashes());
     }
 
     Add(Dashes());
-    Add(JoinLeftRight("TOTAL COUNT", std::to_string(Checked(count))));
-    Add(JoinLeftRight("TOTAL SALE", FormatAmount(Checked(sale), exponent)));
-    Add(JoinLeftRight("TOTAL CASHBACK", FormatAmount(Checked(cashback), exponent)));
-    Add(JoinLeftRight("TOTAL REFUND", "-" + FormatAmount(Checked(refund), exponent)));
+    Add(TReceipt::JoinLeftRight("TOTAL COUNT", std::to_string(Checked(count))));
+    Add(TReceipt::JoinLeftRight("TOTAL SALE", TReceipt::FormatAmount(Checked(sale), exponent)));
+    Add(TReceipt::JoinLeftRight("TOTAL CASHBACK", TReceipt::FormatAmount(Checked(cashback), exponent)));
+    Add(TReceipt::JoinLeftRight("TOTAL REFUND", "-" + TReceipt::FormatAmount(Checked(refund), exponent)));
     Add(Dashes());
-    Add(JoinLeftRight("TOTAL", FormatAmount(Checked(Checked(sale) + int64_t{Checked(cashback)} -
+    Add(TReceipt::JoinLeftRight("TOTAL", TReceipt::FormatAmount(Checked(Checked(sale) + int64_t{Checked(cashback)} -
                                                     Checked(refund)),
                                             exponent)));
     Add(Dashes());
-    Add(CentreText("END OF REPORT"));
+    Add(TReceipt::CentreText("END OF REPORT"));
     Add(Dashes());
   }
 
@@ -280,6 +256,32 @@ int32_t TGenerateReport::WriteReportFile(const TTillInformation& oTillInfo,
     fs.CloseFile(handle);
     report_ = all;
     report_file_ = path;
+    return kSuccess;
+  });
+}
+
+int32_t TGenerateReport::GenerateReport(PosPrinter* oPrinter, const TTillInformation& oTillInfo,
+                                        const std::string& strReportLocation,
+                                        const std::string& strDataFile,
+                                        const std::string& strFuelDataFile, bool bXReport) {
+  const int32_t exponent = Shared().lBaseCurrencyExponent;
+  if (WriteReportFile(oTillInfo, strReportLocation, strDataFile, strFuelDataFile, bXReport, exponent,
+                      false) != kSuccess) {
+    return kFailure;
+  }
+  return PrintReport(oPrinter, report_file_);
+}
+
+int32_t TGenerateReport::PrintReport(PosPrinter* oPrinter, const std::string& strReportFile) {
+  return Trap(error_message_, kPrintFailed, kFailure, [&] {
+    // Printed as a merchant copy would be, without the till's receipt texts, and cut off
+    // after it: a report is a document of its own.
+    TReceipt printer;
+    if (printer.PrintReceipt(oPrinter, true, strReportFile, "", false, true, false) != 0) {
+      std::string reason = printer.strErrorMessage();
+      if (reason.starts_with(kPrintReceiptFailed)) reason.erase(0, kPrintReceiptFailed.size());
+      throw Failure(reason);
+    }
     return kSuccess;
   });
 }

@@ -12,6 +12,8 @@
 
 namespace ccaddin {
 
+class PosPrinter;
+
 // The totals of one card group, in minor units.
 struct TReportTotals {
   std::string strGroupName;
@@ -26,6 +28,20 @@ class TGenerateReport {
   // Results of the operations below.
   static constexpr int32_t kSuccess = 0;
   static constexpr int32_t kFailure = 1;
+
+  // Writes the report file of strDataFile (and strFuelDataFile), names in the report
+  // folder strReportLocation, with the configured lBaseCurrencyExponent (Shared()), then
+  // prints it with the receipt printer routines on the configured printer. oPrinter is
+  // the window's POS printer control, or null for one made for the call. A report that
+  // fails to print stays on disk, so it can be printed again. 0 success, 1 failure.
+  [[nodiscard]] int32_t GenerateReport(PosPrinter* oPrinter, const TTillInformation& oTillInfo,
+                                       const std::string& strReportLocation,
+                                       const std::string& strDataFile,
+                                       const std::string& strFuelDataFile, bool bXReport);
+
+  // Prints a report file as a receipt is printed (without the till's receipt texts) and
+  // cuts the paper after it.
+  [[nodiscard]] int32_t PrintReport(PosPrinter* oPrinter, const std::string& strReportFile);
 
   // Reads strDataFilePath into one entry per card group, in order of first appearance.
   // The first line is the heading; blank lines are not records. A record with fewer

@@ -7,7 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "payment/credit_card_common.h"
 #include "platform/virtual_env.h"
+#include "receipts/pos_printer.h"
 #include "support/golden_text.h"
 #include "support/temp_dir.h"
 
@@ -250,6 +252,113 @@ TEST_F(GenerateReportTest, LargeFileAddsUpEveryRecord) {
   EXPECT_EQ(refund, 10000 * 1000);
   EXPECT_EQ(sale, 90000 * 1000);
   EXPECT_EQ(cashback, 30000 * 150);
+}
+
+// The window's POS printer control, recording what it is asked to do; PrintNormal
+// fails with `fail_print` when set.
+class RecordingPrinter : public PosPrinter {
+ public:
+  int32_t Open(const std::string& strDeviceName) override { return Log("Open " + strDeviceName); }
+  bool Claimed() override { return claimed_; }
+  int32_t ClaimDevice(int32_t) override {
+    claimed_ = true;
+    return Log("ClaimDevice");
+  }
+  bool DeviceEnabled() override { return enabled_; }
+  int32_t DeviceEnabled(bool bEnabled) override {
+    enabled_ = bEnabled;
+    return Log("DeviceEnabled");
+  }
+  int32_t PrintNormal(int32_t lStation, const std::string& strData) override {
+    if (!fail_print.empty()) {
+      error_ = fail_print;
+      result_ = OPOS_E_OFFLINE;
+      return result_;
+    }
+    printed += strData;
+    return Log("PrintNormal " + std::to_string(lStation));
+  }
+  int32_t CutPaper(int32_t lPercentage) override { return Log("CutPaper " + std::to_string(lPercentage)); }
+  int32_t ReleaseDevice() override {
+    claimed_ = false;
+    return Log("ReleaseDevice");
+  }
+  int32_t Close() override { return Log("Close"); }
+  int32_t ResultCode() const override { return result_; }
+  const std::string& strErrorMessage() const override { return error_; }
+
+  std::vector<std::string> calls;
+  std::string printed;
+  std::string fail_print;
+
+ private:
+  int32_t Log(const std::string& call) {
+    calls.push_back(call);
+    result_ = OPOS_SUCCESS;
+    return result_;
+  }
+  bool claimed_ = false;
+  bool enabled_ = false;
+  int32_t result_ = OPOS_SUCCESS;
+  std::string error_;
+};
+
+class GenerateReportPrintTest : public GenerateReportTest {
+ protected:
+  GenerateReportPrintTest() {
+    CreditCardCommon& config = Shared();
+    config.lPrinterType = 1;
+    config.strOposPrinterDeviceName = "ReceiptPrinter";
+    config.lBaseCurrencyExponent = 2;
+    config.bAppendLineFeed = true;
+    config.lLineFeedsBeforePaperCut = 2;
+    Data(kDataFile, "1,20260115,A,4200,0,Visa\r\n");
+  }
+
+  ScopedSharedState shared_;
+  RecordingPrinter printer_;
+};
+
+TEST_F(GenerateReportPrintTest, ReportIsWrittenThenPrintedOnTheWindowsControlAndCut) {
+  ASSERT_EQ(report_.GenerateReport(&printer_, Till(), dir_.folder(), kDataFile, "", true), 0)
+      << report_.strErrorMessage();
+  EXPECT_EQ(printer_.calls,
+            (std::vector<std::string>{"Open ReceiptPrinter", "ClaimDevice", "DeviceEnabled",
+                                      "PrintNormal 2", "CutPaper 100", "ReleaseDevice", "Close"}));
+  // The file as written, each line ended as the settings say, and the feeds before the cut.
+  EXPECT_EQ(printer_.printed, report_.strReport() + "\r\n\r\n");
+  EXPECT_NE(printer_.printed.find("VISA                             COUNT=1\r\n"), std::string::npos);
+  EXPECT_TRUE(std::filesystem::exists(dir_.file("RPT_20260115_173042.txt")));
+}
+
+TEST_F(GenerateReportPrintTest, AmountsHaveTheConfiguredDecimals) {
+  Shared().lBaseCurrencyExponent = 3;
+  Shared().bAppendLineFeed = false;
+  ASSERT_EQ(report_.GenerateReport(&printer_, Till(), dir_.folder(), kDataFile, "", false), 0);
+  EXPECT_NE(printer_.printed.find(Row("SALE", "4.200") + "\r" + Row("REFUND", "-0.000") + "\r"),
+            std::string::npos)
+      << printer_.printed;
+}
+
+TEST_F(GenerateReportPrintTest, PrinterFailureFailsTheReportAndKeepsItsFile) {
+  printer_.fail_print = "Printer is offline";
+  EXPECT_EQ(report_.GenerateReport(&printer_, Till(), dir_.folder(), kDataFile, "", false), 1);
+  EXPECT_EQ(report_.strErrorMessage(), "TGenerateReport.PrintReport() Failed - Printer is offline");
+  // The device is handed back all the same.
+  EXPECT_EQ(printer_.calls.back(), "Close");
+  EXPECT_TRUE(std::filesystem::exists(dir_.file("RPT_20260115_173042.txt")));
+
+  EXPECT_EQ(report_.PrintReport(&printer_, dir_.file("RPT_none.txt")), 1);
+  EXPECT_EQ(report_.strErrorMessage(),
+            "TGenerateReport.PrintReport() Failed - Failed opening receipt file [" +
+                dir_.file("RPT_none.txt") + "]");
+}
+
+TEST_F(GenerateReportPrintTest, NothingIsPrintedWhenTheReportCannotBeMade) {
+  Data(kDataFile, "1,20260115,A\r\n");
+  EXPECT_EQ(report_.GenerateReport(&printer_, Till(), dir_.folder(), kDataFile, "", false), 1);
+  EXPECT_EQ(report_.strErrorMessage(), "Invalid number of fields in report record");
+  EXPECT_TRUE(printer_.calls.empty());
 }
 
 }  // namespace
