@@ -1,7 +1,7 @@
 // ccaddin-support: shows integrators and the help desk, on standard output, the report
-// text that GenerateReport would write for a server data file. It reads the files it
-// is given and the settings store, and writes no file. Runs to completion on the
-// calling thread; may wait on the settings store's busy timeout.
+// text GenerateReport would write for a server data file and the receipt copies TReceipt
+// composes for a transaction. It reads the files it is given and the settings store and
+// writes no file. Runs on the calling thread; may wait on the store's busy timeout.
 #pragma once
 
 #include <ostream>

@@ -30,6 +30,11 @@ constexpr const char* kTillJson = R"({
   "strTillNumber": "3"
 })";
 
+// A file under tests/data.
+std::string DataPath(const std::string& relative) {
+  return std::string(CCADDIN_TEST_DATA_DIR) + "/" + relative;
+}
+
 struct Result {
   int code;
   std::string out;
@@ -153,6 +158,99 @@ TEST_F(SupportReportTest, FailuresSayWhyOnOneLine) {
   ExpectFailure(Support({"report", "--till", till_, data_}), kSupportExitFailed, "is not valid JSON");
   ExpectFailure(Support({"report", "--till", dir_.file("none.json"), data_}), kSupportExitFailed,
                 "cannot read");
+}
+
+class SupportReceiptTest : public ::testing::Test {
+ protected:
+  SupportReceiptTest() {
+    reg_.Set("PrintMerchantHeader", "1");
+    reg_.Set("PrintCustomerHeader", "0");
+    reg_.Set("BaseCurrencyExponent", "2");
+  }
+
+  // The receipt copies of a transaction file under tests/data/support, dated as the
+  // receipt tests date theirs, in the add-in's own bytes.
+  Result Preview(const std::string& name, std::vector<std::string> options) {
+    std::vector<std::string> args = {"receipt", "--date", "20260115", "--time", "1030", "--raw"};
+    args.insert(args.end(), options.begin(), options.end());
+    args.push_back(DataPath("support/" + name));
+    return Support(args);
+  }
+
+  VirtualEnv env_{MakeDateTime(2026, 1, 15, 10, 30, 12)};
+  ScopedEnv scoped_{&env_};
+  TestRegistry reg_;
+  TempDir dir_;
+};
+
+// The same golden receipts as TReceipt's own tests: the preview is the composition.
+TEST_F(SupportReceiptTest, CopiesAreTheReceiptsTReceiptComposes) {
+  Result r = Preview("chip_pin_sale.json", {"--copy", "merchant"});
+  ASSERT_EQ(r.code, kSupportExitOk) << r.err;
+  EXPECT_TRUE(MatchesGolden(r.out, "receipts/chip_pin_sale_merchant.txt"));
+  r = Preview("chip_pin_sale.json", {"--copy", "customer"});
+  ASSERT_EQ(r.code, kSupportExitOk) << r.err;
+  EXPECT_TRUE(MatchesGolden(r.out, "receipts/chip_pin_sale_customer.txt"));
+  // Fuel products, their descriptions from the card's list, and the details asked for.
+  r = Preview("fuel_bunker_sale.json", {"--copy", "merchant"});
+  ASSERT_EQ(r.code, kSupportExitOk) << r.err;
+  EXPECT_TRUE(MatchesGolden(r.out, "receipts/fuel_bunker_merchant.txt"));
+}
+
+TEST_F(SupportReceiptTest, BothCopiesMerchantFirstAndDuplicatesMarked) {
+  const Result r = Preview("chip_pin_sale.json", {"--duplicate"});
+  ASSERT_EQ(r.code, kSupportExitOk) << r.err;
+  const std::vector<std::string> lines = SplitLines(r.out);
+  const auto separator = std::find(lines.begin(), lines.end(), std::string(40, '='));
+  ASSERT_NE(separator, lines.end());
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), std::string(40, '=')), 1);
+  EXPECT_NE(std::find(lines.begin(), separator, "             MERCHANT COPY             "), separator);
+  EXPECT_NE(std::find(separator, lines.end(), "             CUSTOMER COPY             "), lines.end());
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), "           DUPLICATE RECEIPT           "), 2);
+  // The card number is masked on both copies.
+  EXPECT_EQ(r.out.find("4761739001010119"), std::string::npos);
+  EXPECT_NE(r.out.find("**** **** **** 0119"), std::string::npos);
+}
+
+TEST_F(SupportReceiptTest, DateTimeSettingsAndTextForm) {
+  // Without --date and --time the receipt is dated now; UTF-8 unless --raw.
+  Result r = Support({"receipt", "--copy", "customer", DataPath("support/chip_pin_sale.json")});
+  ASSERT_EQ(r.code, kSupportExitOk) << r.err;
+  EXPECT_NE(r.out.find("15/01/26 10:30"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("AMOUNT                            \xc2\xa3" "24.50"), std::string::npos) << r.out;
+  // The settings decide the header, as for the add-in.
+  EXPECT_EQ(r.out.find("HARBOUR ROAD STORES"), std::string::npos);
+  reg_.Set("PrintCustomerHeader", "1");
+  r = Preview("chip_pin_sale.json", {"--copy", "customer", "--exponent", "3"});
+  EXPECT_NE(r.out.find("HARBOUR ROAD STORES"), std::string::npos);
+  EXPECT_NE(r.out.find("\xa3" "2.450"), std::string::npos) << r.out;
+}
+
+TEST_F(SupportReceiptTest, BadTransactionFilesAreRefusedWithTheReason) {
+  const struct {
+    const char* json;
+    const char* message;
+  } cases[] = {
+      {R"({"till": {}})", "must be a JSON object with a \"transaction\" member"},
+      {R"({"transaction": {"strPAN": "4111"}})", "unknown transaction field \"strPAN\""},
+      {R"({"transaction": {"lStatus": "1"}})", "lStatus must be a whole number of 32 bits"},
+      {R"({"transaction": {"lStatus": 4294967296}})", "lStatus must be a whole number of 32 bits"},
+      {R"({"transaction": {"bCancelled": 1}})", "bCancelled must be true or false"},
+      {R"({"transaction": {"strSchemeName": "\u4e2d"}})", "strSchemeName has a character outside Windows-1252"},
+      {R"({"transaction": {}, "tills": {}})", "unknown member \"tills\""},
+      {R"({"transaction": {}, "session": {"bMileage": true}})", "unknown session member \"bMileage\""},
+      {R"({"transaction": {"strEmvValues": [1]}})", "strEmvValues[0] must be a string"},
+      {R"({"transaction": {}, "fuel": {"products": [{"strProductCode": "1", "strAmount": "100", "lQuantity": 1}]}})",
+       "Product code is not 3 digits in length (1)"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.json);
+    const std::string path = dir_.Write("t.json", c.json);
+    ExpectFailure(Support({"receipt", path}), kSupportExitFailed, path + ": " + c.message);
+  }
+  ExpectFailure(Support({"receipt", "--copy", "both-ways", "t.json"}), kSupportExitUsage, "--copy");
+  ExpectFailure(Support({"receipt", "--date", "20260230", "t.json"}), kSupportExitUsage, "not a date");
+  ExpectFailure(Support({"receipt", "--time", "2460", "t.json"}), kSupportExitUsage, "not a time");
 }
 
 TEST(SupportCommand, UsageErrors) {
