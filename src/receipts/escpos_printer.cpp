@@ -17,6 +17,16 @@
 #include "platform/trap.h"
 
 namespace ccaddin {
+
+// Its operations throw Failure (a CodedFailure when the result code matters).
+class PrinterLink {
+ public:
+  virtual ~PrinterLink() = default;
+  virtual void Write(const std::string& bytes) = 0;
+  // One byte from the device, or nothing when none came within timeout_ms.
+  virtual std::optional<uint8_t> ReadByte(int32_t timeout_ms) = 0;
+};
+
 namespace {
 
 // A failure that carries the result code the caller should see.
@@ -173,6 +183,7 @@ class SerialLink : public PrinterLink {
 
 }  // namespace
 
+EscPosPrinter::EscPosPrinter() = default;
 EscPosPrinter::~EscPosPrinter() = default;
 
 std::string EscPosPrinter::ToDeviceText(const std::string& text, int32_t codepage) {

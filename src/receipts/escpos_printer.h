@@ -26,18 +26,12 @@ inline constexpr std::string_view kFullCut("\x1D\x56\x00", 3);
 inline constexpr std::string_view kPartialCut = "\x1D\x56\x01";
 }  // namespace escpos
 
-// The byte link to one device; its operations throw Failure with the system's text.
-class PrinterLink {
- public:
-  virtual ~PrinterLink() = default;
-  virtual void Write(const std::string& bytes) = 0;
-  // One byte from the device, or nothing when none came within timeout_ms.
-  virtual std::optional<uint8_t> ReadByte(int32_t timeout_ms) = 0;
-};
+// The byte link to one device (TCP, device file or serial port), defined with the printer.
+class PrinterLink;
 
 class EscPosPrinter : public PosPrinter {
  public:
-  EscPosPrinter() = default;
+  EscPosPrinter();
   ~EscPosPrinter() override;
   EscPosPrinter(const EscPosPrinter&) = delete;
   EscPosPrinter& operator=(const EscPosPrinter&) = delete;
@@ -61,11 +55,11 @@ class EscPosPrinter : public PosPrinter {
   [[nodiscard]] int32_t ResultCode() const override { return result_code_; }
   [[nodiscard]] const std::string& strErrorMessage() const override { return error_message_; }
 
-  // The text as the printer receives it: line ends as LF, characters in the mapping's
-  // code page. Exposed for the report printer and tests.
-  [[nodiscard]] static std::string ToDeviceText(const std::string& text, int32_t codepage);
 
  private:
+  // The text as the printer receives it: line ends as LF, characters in the mapping's
+  // code page.
+  [[nodiscard]] static std::string ToDeviceText(const std::string& text, int32_t codepage);
   int32_t Run(const char* operation, int32_t failure_code, const std::function<void()>& body);
   int32_t Fail(int32_t code, const std::string& description);
   void Send(const std::string& bytes);

@@ -22,6 +22,8 @@ constexpr int kEntrySwiped = 1;
 constexpr int kEntryChip = 2;
 constexpr int kEntryContactless = 3;
 
+// The transaction's lStatus as the receipt reads it: 0 and 1 are both authorised, 1
+// meaning the authorisation was also confirmed ("TRANSACTION CONFIRMED").
 constexpr int kResultAuthorised = 0;
 constexpr int kResultConfirmed = 1;
 constexpr int kResultReferred = 2;
@@ -145,6 +147,7 @@ int32_t TReceipt::WriteReceiptFile(const QlTransaction& oTrans, const TTillInfor
                                    bool bMemoryOnly) {
   receipt_.clear();
   bool spoilt = false;
+  std::string file_path;
   const int32_t result = Trap(error_message_, "TReceipt.WrtieReceiptFile() Failed - ", int32_t{1},
                               [&]() -> int32_t {
     memory_only_ = bMemoryOnly;
@@ -166,7 +169,8 @@ int32_t TReceipt::WriteReceiptFile(const QlTransaction& oTrans, const TTillInfor
       }
       // An empty folder setting names no folder: the receipt must not land wherever the
       // till's working directory happens to be.
-      if (!folder.empty()) file_system_.OpenFile(folder + long_name_, 1, file_handle_);
+      file_path = folder + long_name_;
+      if (!folder.empty()) file_system_.OpenFile(file_path, 1, file_handle_);
       if (file_handle_ < 1) {
         file_handle_ = 0;
         error_message_ = "Failed opening receipt file";
@@ -201,13 +205,19 @@ int32_t TReceipt::WriteReceiptFile(const QlTransaction& oTrans, const TTillInfor
     AddLine(CentreText(bMerchantCopy ? "MERCHANT COPY" : "CUSTOMER COPY"));
     return 0;
   });
-  if (file_handle_ > 0) {
+  const bool opened = file_handle_ > 0;
+  if (opened) {
     file_system_.CloseFile(file_handle_);
     file_handle_ = 0;
   }
   // A section that failed left its own text; the copy is incomplete and must not be
-  // taken for a good one.
-  return spoilt ? 1 : result;
+  // taken for a good one. Its file goes, so that printing it fails on the missing file
+  // instead of putting half a receipt in the customer's hand.
+  if (spoilt || result != 0) {
+    if (opened) (void)file_system_.DeleteFile(file_path);
+    return 1;
+  }
+  return 0;
 }
 
 void TReceipt::AddLine(const std::string& strText) {

@@ -33,7 +33,8 @@ class TReceipt {
   // now. Unless bMemoryOnly the folder is created when missing and the file is opened
   // before anything is composed; a file that cannot be opened composes nothing. 0 when
   // the copy was composed, 1 when a failure stopped or spoilt it (reason in
-  // strErrorMessage; a spoilt file is still left for the caller to delete).
+  // strErrorMessage); the file of a spoilt copy is deleted, so it can never be printed,
+  // while strReceipt keeps what was composed.
   [[nodiscard]] int32_t WriteReceiptFile(const QlTransaction& oTrans,
                                          const TTillInformation& oTillInfo,
                                          const std::string& strReceiptFolder, bool bMerchantCopy,

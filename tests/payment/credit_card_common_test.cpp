@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <type_traits>
 #include <variant>
@@ -71,6 +73,9 @@ TEST(CreditCardCommonLoad, EveryUsedSettingArrivesInTheMemberOfItsName) {
         field.member, setting->field);
   }
   EXPECT_EQ(compared, 78);
+  std::set<std::string_view> names;
+  for (const SharedConfigurationField& field : SharedConfigurationFields()) names.insert(field.property);
+  EXPECT_EQ(names.size(), kSharedConfigurationFieldCount) << "a member is listed twice";
   EXPECT_EQ(loaded.strQuaylinkClientId, "text12");
   EXPECT_EQ(loaded.lPrintReceiptsBitmap, 1036);
   EXPECT_TRUE(loaded.strErrorMessage().empty()) << loaded.strErrorMessage();

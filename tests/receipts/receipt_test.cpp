@@ -579,6 +579,18 @@ TEST_F(ReceiptTest, AFileThatCannotBeOpenedComposesNothing) {
   EXPECT_EQ(nowhere.strErrorMessage(), "Failed opening receipt file");
 }
 
+TEST_F(ReceiptTest, AFullDiskStopsTheReceiptWithTheWriteFailure) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+  TempDir dir;
+  // The receipt file leads to a device that refuses every write, as a full disk does.
+  std::filesystem::create_symlink("/dev/full", dir.file("M_full.rcpt"));
+  TReceipt receipt;
+  EXPECT_EQ(receipt.WriteReceiptFile(ChipPinSale(), till_, dir.folder(), true, false, "full.rcpt"), 1);
+  EXPECT_EQ(receipt.strErrorMessage(),
+            "TReceipt.WrtieReceiptFile() Failed - WriteData() Failed - No space left on device");
+  EXPECT_EQ(receipt.strReceipt(), "");
+}
+
 TEST_F(ReceiptTest, ABadAmountSpoilsItsSectionWithTheSectionsText) {
   QlTransaction t = ChipPinSale();
   t.strAmount = "24.50";
@@ -588,6 +600,16 @@ TEST_F(ReceiptTest, ABadAmountSpoilsItsSectionWithTheSectionsText) {
   // The other sections are still there, the amounts are not.
   EXPECT_NE(receipt.strReceipt().find("MERCHANT COPY"), std::string::npos);
   EXPECT_EQ(receipt.strReceipt().find("TOTAL"), std::string::npos);
+  // Written to a file, the spoilt copy is not left to be printed.
+  TempDir dir;
+  TReceipt filed;
+  EXPECT_EQ(filed.WriteReceiptFile(t, till_, dir.folder(), true, false), 1);
+  EXPECT_FALSE(std::filesystem::exists(dir.file(filed.strLongReceiptFileName())));
+  EXPECT_EQ(filed.PrintReceipt(nullptr, true, dir.file(filed.strLongReceiptFileName()), "", false,
+                               false, false),
+            1);
+  EXPECT_EQ(filed.strErrorMessage(),
+            "Failed opening receipt file [" + dir.file(filed.strLongReceiptFileName()) + "]");
 
   t = ChipPinSale();
   t.strAmount = "2147483000";

@@ -1,0 +1,116 @@
+// A composed receipt printed on the OS printer (printer type 0) through the Qt driver,
+// written to PDF and read back with pdftotext.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "payment/credit_card_common.h"
+#include "platform/virtual_env.h"
+#include "receipts/qt/qt_os_printer.h"
+#include "receipts/receipt.h"
+#include "support/golden_text.h"
+#include "support/temp_dir.h"
+
+// fontconfig keeps a cache allocation for the life of the process that it never frees;
+// the sanitizer build's leak check ignores that one library and nothing else.
+extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig.so\n"; }
+
+namespace ccaddin {
+namespace {
+
+std::string PdfCommand(const std::string& command) {
+  std::string out;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return out;
+  char buffer[4096];
+  for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
+  pclose(pipe);
+  return out;
+}
+
+// The words of each line that shows any, blanks collapsed: pdftotext rebuilds the columns
+// from glyph positions and may be one blank out, so the words and their order are what
+// the comparison can rely on.
+std::vector<std::string> Words(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    std::istringstream words(line);
+    std::string joined;
+    for (std::string word; words >> word;) joined += (joined.empty() ? "" : " ") + word;
+    if (!joined.empty()) lines.push_back(joined);
+  }
+  return lines;
+}
+
+class ReceiptOsPrintTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { setenv("QT_QPA_PLATFORM", "offscreen", 1); }
+
+  ReceiptOsPrintTest() : scoped_env_(&env_) {
+    CreditCardCommon& config = Shared();
+    config.lPrinterType = 0;
+    config.strWindowsPrinterName = "Receipts";
+    config.strWindowsPrinterFontName = "DejaVu Sans Mono";
+    config.lWindowsFontSize = 9;
+    config.bWindowsFontBold = true;
+    config.bAppendLineFeed = true;
+    config.lLineFeedsBeforePaperCut = 5;  // never for the OS printer
+    InstallQtOsPrinter(QtOsPrinterOptions{pdf_, "Receipts"});
+  }
+  ~ReceiptOsPrintTest() override { InstallOsPrinterFactory({}); }
+
+  testing::TempDir dir_;
+  std::string pdf_ = dir_.file("receipt.pdf");
+  VirtualEnv env_;
+  ScopedEnv scoped_env_;
+  ScopedSharedState shared_;
+};
+
+TEST_F(ReceiptOsPrintTest, PrintsTheReceiptWithItsColumnsInTheConfiguredFont) {
+  QlTransaction t;
+  t.lEntryMethodCode = 1;
+  t.strPan = "4761739001010119";
+  t.lTransactionTypeCode = 1;
+  t.strAmount = "1250";
+  t.lStatus = 1;
+  t.strAuthCode = "654321";
+  t.lTransRefNo = 88;
+  t.strTerminalId = "22160001";
+  t.strMerchantNo = "21234567";
+  t.strSchemeName = "VISA";
+  t.strCurrencyText = "GBP";
+  TReceipt receipt;
+  receipt.dtDate = MakeDateTime(2026, 1, 15);
+  receipt.strTime = "0915";
+  ASSERT_EQ(receipt.WriteReceiptFile(t, TTillInformation{}, dir_.folder(), true, false), 0);
+  ASSERT_EQ(receipt.PrintReceipt(nullptr, true, dir_.file(receipt.strLongReceiptFileName()),
+                                 t.strPan, false, false, false),
+            0)
+      << receipt.strErrorMessage();
+
+  // The merchant copy shows the card number in clear on paper.
+  std::string printed = receipt.strReceipt();
+  printed.replace(printed.find("**** **** **** 0119"), 19, "4761 7390 0101 0119");
+  const std::string text = PdfCommand("pdftotext -layout '" + pdf_ + "' -");
+  EXPECT_EQ(Words(text), Words(printed)) << text;
+  EXPECT_NE(text.find("AMOUNT                "), std::string::npos) << text;
+  const std::string fonts = PdfCommand("pdffonts '" + pdf_ + "'");
+  EXPECT_NE(fonts.find("DejaVuSansMono-Bold"), std::string::npos) << fonts;
+}
+
+TEST_F(ReceiptOsPrintTest, NoPrinterDriverFailsTheReceipt) {
+  InstallOsPrinterFactory({});
+  testing::TempDir dir;
+  const std::string path = dir.Write("M_x.rcpt", "LINE\n");
+  TReceipt receipt;
+  EXPECT_EQ(receipt.PrintReceipt(nullptr, true, path, "", false, false, false), 1);
+  EXPECT_EQ(receipt.strErrorMessage(), "TReceipt.PrintReceipt() Failed - No printer driver installed");
+}
+
+}  // namespace
+}  // namespace ccaddin
