@@ -1,14 +1,13 @@
 #include "receipts/generate_report.h"
 
 #include <charconv>
-#include <algorithm>
 #include <limits>
 #include <string_view>
 #include <unordered_map>
 
+#include "payment/credit_card_common.h"
 #include "platform/csv_record.h"
 #include "platform/file_system.h"
-#include "payment/credit_card_common.h"
 #include "platform/trap.h"
 #include "receipts/receipt.h"
 
@@ -69,11 +68,13 @@ int32_t Checked(int64_t value) {
 int32_t ParseAmount(const std::string& field, int64_t line_no) {
   const std::string text = TrimBlanks(field);
   std::string_view digits = text;
-  if (!digits.empty() && digits.front() == '+') digits.remove_prefix(1);
+  if (digits.starts_with("+") && !digits.starts_with("+-")) digits.remove_prefix(1);
   int32_t value = 0;
   const auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
   if (digits.empty() || ec != std::errc() || end != digits.data() + digits.size()) {
-    throw Failure("Invalid amount \"" + field + "\" on line " + std::to_string(line_no) +
+    // A field of any length may stand there; the message shows enough to find it.
+    const std::string shown = field.size() > 20 ? field.substr(0, 20) + "..." : field;
+    throw Failure("Invalid amount \"" + shown + "\" on line " + std::to_string(line_no) +
                   " of the report data file");
   }
   return value;

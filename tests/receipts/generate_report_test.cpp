@@ -183,6 +183,12 @@ TEST_F(GenerateReportTest, BadDataFailsWithTheTextAndWritesNothing) {
       {"1,20260115,A,12.50,0,Visa\r\n",
        "TGenerateReport.PopulateTotalStructure() Failed - Invalid amount \"12.50\" on line 2 of "
        "the report data file"},
+      {"1,20260115,F,+-5,0,Visa\r\n",
+       "TGenerateReport.PopulateTotalStructure() Failed - Invalid amount \"+-5\" on line 2 of the "
+       "report data file"},
+      {"1,20260115,A,123456789012345678901234567890,0,Visa\r\n",
+       "TGenerateReport.PopulateTotalStructure() Failed - Invalid amount \"12345678901234567890...\" "
+       "on line 2 of the report data file"},
       {"1,20260115,B,100,,Visa\r\n",
        "TGenerateReport.PopulateTotalStructure() Failed - Invalid amount \"\" on line 2 of the "
        "report data file"},
