@@ -11,6 +11,7 @@
 #include "platform/virtual_env.h"
 #include "receipts/pos_printer.h"
 #include "support/golden_text.h"
+#include "support/ql_sim_session.h"
 #include "support/temp_dir.h"
 
 namespace ccaddin {
@@ -365,6 +366,36 @@ TEST_F(GenerateReportPrintTest, NothingIsPrintedWhenTheReportCannotBeMade) {
   EXPECT_EQ(report_.GenerateReport(&printer_, Till(), dir_.folder(), kDataFile, "", false), 1);
   EXPECT_EQ(report_.strErrorMessage(), "Invalid number of fields in report record");
   EXPECT_TRUE(printer_.calls.empty());
+}
+
+// The data file as the payment server leaves it, read back by the report.
+TEST(GenerateReportFromServer, ReportOfTheSimulatorsOpenBatch) {
+  VirtualEnv env(MakeDateTime(2026, 1, 15, 17, 30, 42));
+  ScopedEnv scoped(&env);
+  testing::QlSimSession s;
+  TProcessQlRequest r({false, true, 0});
+  ASSERT_EQ(s.Open(r), 0);
+  for (const auto& [amount, type] : {std::pair{1000, 1}, std::pair{2000, 6}, std::pair{10005, 1}}) {
+    int32_t result = s.StartAndEnquire(r, amount, type);
+    ASSERT_EQ(result, 0);
+    QlTransaction t = testing::QlSimSession::Sale(amount, type);
+    r.ProcessTransaction(*CurrentQlFactory().CreateTransactionProcessor(), t, result);
+    ASSERT_EQ(result, 0);
+  }
+  int32_t result = -1;
+  r.ProcessReportRequest(*CurrentQlFactory().CreateReport(), s.dir.folder(), kDataFile, result);
+  ASSERT_EQ(result, 0) << r.strErrorMessage();
+
+  TGenerateReport report;
+  ASSERT_EQ(report.WriteReportFile(Till(), s.dir.folder(), kDataFile, "", true, 2, false), 0)
+      << report.strErrorMessage();
+  const std::vector<std::string> lines = SplitLines(s.dir.Read("RPT_20260115_173042.txt"));
+  // The declined sale (100.05) is not in the batch.
+  const std::vector<std::string> expected = {Row("VISA", "COUNT=2"), std::string(40, '-'),
+                                             Row("SALE", "10.00"), Row("REFUND", "-20.00"),
+                                             std::string(40, '-'), Row("TOTAL", "-10.00")};
+  EXPECT_NE(std::search(lines.begin(), lines.end(), expected.begin(), expected.end()), lines.end())
+      << s.dir.Read("RPT_20260115_173042.txt");
 }
 
 }  // namespace
