@@ -53,13 +53,13 @@ struct Failed {
 };
 
 // Options that take a value, and flags, by command.
-struct CommandSpec {
+struct CommandOptions {
   std::vector<std::string> valued;
   std::vector<std::string> flags;
 };
 
-const std::map<std::string, CommandSpec>& Commands() {
-  static const std::map<std::string, CommandSpec> commands = {
+const std::map<std::string, CommandOptions>& Commands() {
+  static const std::map<std::string, CommandOptions> commands = {
       {"report", {{"--fuel", "--till", "--exponent"}, {"--x", "--raw"}}},
       {"receipt", {{"--copy", "--date", "--time", "--exponent"}, {"--duplicate", "--raw"}}},
   };
@@ -106,11 +106,11 @@ CommandLine Parse(const std::vector<std::string>& args) {
       }
       continue;
     }
-    const CommandSpec& spec = Commands().at(cl.command);
+    const CommandOptions& allowed = Commands().at(cl.command);
     if (a.size() > 1 && a[0] == '-') {
-      if (Contains(spec.flags, a)) {
+      if (Contains(allowed.flags, a)) {
         cl.options[a] = "";
-      } else if (Contains(spec.valued, a)) {
+      } else if (Contains(allowed.valued, a)) {
         if (i + 1 == args.size()) throw UsageError{a + " needs a value"};
         cl.options[a] = args[++i];
       } else {
