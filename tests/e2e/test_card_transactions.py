@@ -83,7 +83,7 @@ class SaleTest(TillCase):
         self.assertIn("12.50", customer)
         self.assertEqual(self.info.strAuthorisationCode, "A1B2C3")
         self.assertIn("A1B2C3", self.hook.strMerchantReceipt)
-        self.assertIn(reference[11:19], self.site.journal().replace("/", "") + reference)
+        self.assertIn(reference, self.site.journal())
 
     def test_sale_with_cashback_is_offered_and_sent_as_a_cashback_sale(self):
         self.start()
