@@ -2,15 +2,19 @@
 """A reference till: how a point-of-sale program drives libccaddin.so through its C ABI,
 with nothing but Python's ctypes (the binding is tests/e2e/ccaddin.py).
 
-What it does today: fills in the till's TTillInformation, hands it to the component with
-a TTransactionInfo by reference, and prints both records as the component sees them.
-The card sale itself runs through TamberinCcAddin.TNonGuiTransactionHook2 (start a
-session, card enquiry, authorise, confirm, end), which this library does not contain
-yet; the till reports that and stops there instead of pretending to take a payment.
+It runs one card sale the way a till without the component's window does, through
+TamberinCcAddin.TNonGuiTransactionHook2: start the session, ask for the card (chip or tap,
+the stripe when the chip cannot be read), authorise, confirm by the reference the
+authorisation published, end the session; then it prints both receipts and the record.
 
-    CCADDIN_LIBRARY=build/debug/src/abi/libccaddin.so python3 examples/reference_till.py
+The settings come from the registry store the component always reads ($CCADDIN_REGISTRY).
+A demo site with the built-in simulator is made by `ccaddin-till setup`:
+
+    eval "$(build/debug/apps/ccaddin-till setup --print-env)"
+    CCADDIN_LIBRARY=build/debug/src/abi/libccaddin.so python3 examples/reference_till.py 12.50
 """
 
+import argparse
 import os
 import sys
 
@@ -18,7 +22,13 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "tests", "e2e"))
 
 import ccaddin  # noqa: E402  (the path above makes it importable)
-from ccaddin import ByRef, CcaddinError  # noqa: E402
+from ccaddin import ByRef  # noqa: E402
+
+SALE = 0                                  # TAMBERIN_TRANSACTIONTYPE
+CHIP_OR_TAP, SWIPE = 0, 1                 # TRANSACTION_DATAENTRY
+SUCCESS, MAGSTRIPE_FALLBACK, CASHBACK_ALLOWED = 0, 2, 3  # TRANSACTION_RETURNCODE
+AUTHORISED, DECLINED = 0, 1               # TRANSACTION_CONFIRMTYPE
+RC_AUTHORISED = 1                         # TRANSINFO_RESPONSECODE
 
 TILL_FIELDS = ["strMerchantName", "strAddressLine1", "strAddressLine2", "strAddressLine3",
                "strSitePhoneNumber", "strTillNumber", "strStoreNumber", "strReceiptNumber"]
@@ -42,7 +52,14 @@ def print_record(title, record, fields):
         print(f"  {name:24} {record.get(name)!r}")
 
 
-def main():
+def main(argv):
+    parser = argparse.ArgumentParser(description="Run one card sale through libccaddin.so.")
+    parser.add_argument("amount", nargs="?", default="12.50", help="sale amount, e.g. 12.50")
+    parser.add_argument("--cashback", default="0", help="cashback amount, e.g. 5.00")
+    args = parser.parse_args(argv)
+    amount = round(float(args.amount) * 100)      # minor units (pence)
+    cashback = round(float(args.cashback) * 100)
+
     lib = ccaddin.Library(default_library())
 
     till = lib.create("TamberinCcAddin.TTillInformation")
@@ -55,43 +72,49 @@ def main():
     till.strStoreNumber = "0042"
     till.strReceiptNumber = "000123"
     info = lib.create("TamberinCcAddin.TTransactionInfo")
+    hook = lib.create("TamberinCcAddin.TNonGuiTransactionHook2")
 
-    amount = 1250  # £12.50 in pence
     print(f"Sale of £{amount / 100:.2f} at {till.strMerchantName}, till {till.strTillNumber}")
-
-    try:
-        hook = lib.create("TamberinCcAddin.TNonGuiTransactionHook2")
-    except CcaddinError as e:
-        if e.status != ccaddin.E_UNKNOWN_CLASS:
-            raise
-        print("The programmatic card interface (TNonGuiTransactionHook2) is not in this build"
-              " of the library yet; no card payment was taken.")
-        print_record("Till information as the component holds it:", till, TILL_FIELDS)
-        print_record("Transaction record (untouched):", info, TRANS_FIELDS)
-        return 0
-
-    # The hook exists: the till's side of a card sale.
     if hook.call("StartTransaction") != 0:
         print("Could not start:", hook.strErrorMessage)
         return 1
     try:
-        rc = hook.call("CardEnquiry", 0, 0, amount, ByRef(till))
-        if rc in (0, 3):  # RETURNCODE_SUCCESS, RETURNCODE_CASHBACKALLOWED
-            rc = hook.call("AuthoriseTransaction", 0, amount, 0, ByRef(till), ByRef(info))
-        if rc != 0:
-            print("Not authorised:", hook.strErrorMessage)
+        rc = hook.call("CardEnquiry", SALE, CHIP_OR_TAP, amount, ByRef(till))
+        if rc == MAGSTRIPE_FALLBACK:
+            print("The chip could not be read: swipe the card")
+            rc = hook.call("CardEnquiry", SALE, SWIPE, amount, ByRef(till))
+        if rc not in (SUCCESS, CASHBACK_ALLOWED):
+            print("Card not read:", hook.strErrorMessage or "fall back to the stripe")
             return 1
+        if cashback and rc != CASHBACK_ALLOWED:
+            print("This card cannot take cashback; the sale goes through without it")
+            cashback = 0
+        rc = hook.call("AuthoriseTransaction", SALE, amount, cashback, ByRef(till), ByRef(info))
+        if rc != SUCCESS:
+            print("Not authorised:", hook.strErrorMessage or "fall back to the stripe")
+            return 1
+        # The request went through; the issuer's verdict is in the record. The till keeps the
+        # reference with its sale and confirms it: authorised once the goods are handed
+        # over, declined when the issuer said no (a referral is not taken by this till).
         reference = hook.strTransactionReference
-        print(hook.strMerchantReceipt)
-        if not hook.call("ConfirmTransaction", 0, reference, "", ByRef(till), ByRef(info)):
+        print("Transaction reference:", reference)
+        approved = info.lResponseCode == RC_AUTHORISED
+        verdict = AUTHORISED if approved else DECLINED
+        if not hook.call("ConfirmTransaction", verdict, reference, "", ByRef(till), ByRef(info)):
             print("Confirmation failed:", hook.strErrorMessage)
             return 1
-        print(info.strCustomerReceipt)
+        print("--- merchant receipt ---")
+        print(hook.strMerchantReceipt.replace("\r\n", "\n").replace("\r", "\n"))
+        print("--- customer receipt ---")
+        print(info.strCustomerReceipt.replace("\r\n", "\n").replace("\r", "\n"))
         print_record("Transaction record:", info, TRANS_FIELDS)
+        if not approved:
+            print("Declined by the card issuer: no payment was taken")
+            return 1
     finally:
         hook.call("EndTransaction")
     return 0
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(sys.argv[1:]))

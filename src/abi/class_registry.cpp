@@ -1,6 +1,7 @@
 #include "abi/class_registry.h"
 
 #include "hooks/t_non_gui_transaction_hook.h"
+#include "hooks/t_non_gui_transaction_hook2.h"
 #include "payment/records_dispatch.h"
 
 namespace ccaddin {
@@ -36,6 +37,7 @@ void RegisterBuiltinClasses(ClassRegistry& registry) {
   registry.Register("TTillInformation", [] { return ExposeTillInformation(); });
   registry.Register("TTransactionInfo", [] { return ExposeTransactionInfo(); });
   registry.Register("TNonGuiTransactionHook", [] { return ExposeNonGuiTransactionHook(); });
+  registry.Register("TNonGuiTransactionHook2", [] { return ExposeNonGuiTransactionHook2(); });
 }
 
 }  // namespace ccaddin

@@ -483,7 +483,8 @@ class SimTransactionStart final : public QlTransactionStart {
     t->start_type = type;
     t->card.reset();
     t->card_pan.clear();
-    t->reenquiry_asked = false;
+    // reenquiry_asked survives a new start: a till that answers "card enquiry needed" by
+    // starting again on the device must then be authorised, not asked once more.
     t->reader_index = 0;
     bContactlessCapable = t->config->contactless;
     const bool contactless = bContactlessCapable && tap;
@@ -696,6 +697,7 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
       t->card.reset();
       return 5;
     }
+    t->reenquiry_asked = false;
     const SimCard& card = *t->card;
     if ((card.pin_bypass || m.pin_bypass) && !t->pin_bypass_answered && (card.cvm == 1 || card.cvm == 2)) {
       t->pin_bypass_pending = true;
