@@ -1,5 +1,9 @@
-"""The C ABI driven from Python as a till would drive it.
+"""The C ABI driven from Python as a till would drive it, through the ctypes bindings.
 
+The codes, variant tags, by-reference write-back and reference counting are tested at the C
+level in tests/abi; these cases cover what only a Python till sees: the bindings' own
+conversions, Python exceptions from till objects, garbage collection of host objects, and the
+product library without the test-only class.
 CCADDIN_LIBRARY is the product library; CCADDIN_TEST_LIBRARY the same library with the
 TAbiProbe test class, which writes by-reference arguments and calls the till's objects.
 """
@@ -47,25 +51,12 @@ def raw_get(lib, obj, name):
 
 
 class ClassesTest(unittest.TestCase):
-    def test_every_registered_class_is_created_by_its_program_identifier(self):
+    def test_the_product_library_creates_its_classes_but_not_the_test_probe(self):
         for progid in (TILL, TRANS, OLD_HOOK, TILL.upper()):
-            obj = PRODUCT.create(progid)
-            self.assertTrue(obj.handle)
-            self.assertEqual(PRODUCT.last_error(), "")
-
-    def test_unknown_classes_and_bad_identifiers_are_refused(self):
-        for progid, status in (("TamberinCcAddin.TNoSuchHook", ccaddin.E_UNKNOWN_CLASS),
-                               ("TTillInformation", ccaddin.E_UNKNOWN_CLASS),
-                               (PROBE, ccaddin.E_UNKNOWN_CLASS),  # tests' library only
-                               (b"TamberinCcAddin.T\xc3", ccaddin.E_INVALID_ARG),
-                               (None, ccaddin.E_INVALID_ARG)):
-            with self.assertRaises(CcaddinError) as caught:
-                PRODUCT.create(progid)
-            self.assertEqual(caught.exception.status, status, progid)
-            self.assertNotEqual(caught.exception.message, "")
+            self.assertTrue(PRODUCT.create(progid).handle)
         with self.assertRaises(CcaddinError) as caught:
-            PRODUCT.create("TamberinCcAddin.TNoSuchHook")
-        self.assertIn("TamberinCcAddin.TNoSuchHook", caught.exception.message)
+            PRODUCT.create(PROBE)
+        self.assertEqual(caught.exception.status, ccaddin.E_UNKNOWN_CLASS)
 
     def test_the_old_programmatic_hook_answers_false_and_empty_texts(self):
         hook = PRODUCT.create(OLD_HOOK)
@@ -75,37 +66,31 @@ class ClassesTest(unittest.TestCase):
                                 ByRef(till), ByRef(info)), False)
         for name in ("strErrorMessage", "strMerchantReceipt", "strTransactionReference"):
             self.assertEqual(hook.get(name), "")
-        self.assertEqual(raw_get(PRODUCT, info, "bFuelBunkerCard"), (ccaddin.VT_BOOL, 0))
 
 
 class RecordPropertiesTest(unittest.TestCase):
     def test_a_new_transaction_info_has_every_property_with_its_default(self):
         info = PRODUCT.create(TRANS)
         for name, default in TRANS_DEFAULTS.items():
-            self.assertEqual(info.get(name), default, name)
-            self.assertIs(type(info.get(name)), type(default), name)
-        till = PRODUCT.create(TILL)
-        for name in TILL_PROPERTIES:
-            self.assertEqual(till.get(name), "", name)
+            with self.subTest(name):
+                self.assertEqual(info.get(name), default)
+                self.assertIs(type(info.get(name)), type(default))
 
     def test_values_of_every_type_are_stored_and_coerced_like_typed_properties(self):
         info = PRODUCT.create(TRANS)
-        info.lResponseCode = 1
         info.lTransactionRefNo = "77"       # text to Long
         info.lCashbackAmount = 2.5          # halves round to even
         info.strAuthorisationCode = 123456  # Long to text
-        info.bFuelBunkerCard = True
         info.bPrintFuelBunkerTotal = 5      # any non-zero is True
         info.lCustomerMileage = None        # Empty reads as 0
-        self.assertEqual(info.lResponseCode, 1)
         self.assertEqual(info.lTransactionRefNo, 77)
         self.assertEqual(info.lCashbackAmount, 2)
         self.assertEqual(info.strAuthorisationCode, "123456")
         self.assertEqual(info.lCustomerMileage, 0)
-        # Booleans cross as COM booleans.
-        self.assertEqual(raw_get(PRODUCT, info, "bFuelBunkerCard"), (ccaddin.VT_BOOL, -1))
         self.assertEqual(raw_get(PRODUCT, info, "bPrintFuelBunkerTotal"), (ccaddin.VT_BOOL, -1))
-        self.assertEqual(raw_get(PRODUCT, info, "lResponseCode"), (ccaddin.VT_INT32, 1))
+        with self.assertRaises(CcaddinError) as caught:
+            info.put("lCashbackAmount", NOTHING)
+        self.assertEqual(caught.exception.status, ccaddin.E_TYPE_MISMATCH)
 
     def test_text_crosses_as_utf8_and_is_held_as_windows_1252(self):
         till = PRODUCT.create(TILL)
@@ -113,61 +98,6 @@ class RecordPropertiesTest(unittest.TestCase):
         self.assertEqual(till.strMerchantName, "Café Crème £4.50 €")
         till.strAddressLine1 = "日本橋 1"  # no Windows-1252 form
         self.assertEqual(till.strAddressLine1, "??? 1")
-        with self.assertRaises(CcaddinError) as caught:
-            till.put("strAddressLine1", b"Caf\xe9")  # Latin-1 bytes, not UTF-8
-        self.assertEqual(caught.exception.status, ccaddin.E_INVALID_ARG)
-        self.assertIn("UTF-8", caught.exception.message)
-        self.assertEqual(till.strAddressLine1, "??? 1")
-
-
-class ErrorsTest(unittest.TestCase):
-    def expect(self, status, call):
-        with self.assertRaises(CcaddinError) as caught:
-            call()
-        self.assertEqual(caught.exception.status, status)
-        self.assertNotEqual(caught.exception.message, "")
-        return caught.exception.message
-
-    def test_each_kind_of_failure_has_its_own_code(self):
-        info = PRODUCT.create(TRANS)
-        hook = PRODUCT.create(OLD_HOOK)
-        message = self.expect(ccaddin.E_UNKNOWN_MEMBER, lambda: info.get("strNoSuchThing"))
-        self.assertEqual(message,
-                         "Object doesn't support this property or method (strNoSuchThing)")
-        self.expect(ccaddin.E_UNKNOWN_MEMBER, lambda: hook.put("strErrorMessage", "x"))
-        self.expect(ccaddin.E_ARG_COUNT, lambda: info.get("strToken", 1))
-        self.expect(ccaddin.E_ARG_COUNT, lambda: hook.call("AuthoriseTransaction", 0, 100))
-        self.assertIn("Type mismatch",
-                      self.expect(ccaddin.E_TYPE_MISMATCH, lambda: info.put("lCardClass", "fuel")))
-        self.expect(ccaddin.E_TYPE_MISMATCH,
-                    lambda: hook.call("AuthoriseTransaction", "sale", 100, info, info))
-        self.expect(ccaddin.E_TYPE_MISMATCH, lambda: info.put("lCashbackAmount", NOTHING))
-        probe = TESTLIB.create(PROBE)
-        self.assertEqual(self.expect(ccaddin.E_FAILED, lambda: probe.call("Fail", "Papier £")),
-                         "Papier £")
-        self.assertEqual(info.strToken, "")
-        self.assertEqual(PRODUCT.last_error(), "", "a success clears the message")
-
-    def test_null_pointers_and_bad_tags_fail_cleanly(self):
-        info = PRODUCT.create(TRANS)
-        dll = PRODUCT.dll
-        self.assertEqual(dll.ccaddin_invoke(info.handle, None, ccaddin.GET, None, 0, None),
-                         ccaddin.E_INVALID_ARG)
-        self.assertEqual(dll.ccaddin_invoke(None, b"strToken", ccaddin.GET, None, 0, None),
-                         ccaddin.E_INVALID_ARG)
-        self.assertEqual(dll.ccaddin_invoke(info.handle, b"strToken", 99, None, 0, None),
-                         ccaddin.E_INVALID_ARG)
-        self.assertEqual(dll.ccaddin_invoke(info.handle, b"strToken", ccaddin.PUT, None, 1, None),
-                         ccaddin.E_INVALID_ARG)
-        for bad in (ccaddin.Variant(type=42), ccaddin.Variant(type=ccaddin.VT_STRING)):
-            status, result, _ = PRODUCT.invoke_raw(info.handle, "strToken", ccaddin.PUT, [bad])
-            self.assertEqual(status, ccaddin.E_INVALID_ARG)
-            self.assertEqual(result.type, ccaddin.VT_EMPTY)
-        self.assertEqual(dll.ccaddin_create(b"x", None), ccaddin.E_INVALID_ARG)
-        self.assertEqual(dll.ccaddin_host_object_create(None, None, None), ccaddin.E_INVALID_ARG)
-        self.assertEqual(dll.ccaddin_addref(None), ccaddin.E_INVALID_ARG)
-        self.assertEqual(dll.ccaddin_release(None), ccaddin.OK)
-        self.assertEqual(info.strToken, "", "the object is unharmed")
 
 
 class ByReferenceTest(unittest.TestCase):
@@ -178,17 +108,15 @@ class ByReferenceTest(unittest.TestCase):
         probe.call("Swap", first, second)
         self.assertTrue(first.value.same_as(till))
         self.assertEqual(second.value, "Zoë")
-        by_value = ByRef(1)
-        probe.call("Swap", by_value, 2.5)
-        self.assertEqual(by_value.value, 2.5)
 
     def test_every_variant_type_makes_the_round_trip(self):
         probe = TESTLIB.create(PROBE)
         till = TESTLIB.create(TILL)
         for value in (None, NULL, True, False, -2**31, 2**31 - 1, 2.675, "£é", NOTHING):
-            back = probe.call("Echo", value)
-            self.assertEqual(back, value)
-            self.assertIs(type(back), type(value))
+            with self.subTest(value=value):
+                back = probe.call("Echo", value)
+                self.assertEqual(back, value)
+                self.assertIs(type(back), type(value))
         self.assertTrue(probe.call("Echo", till).same_as(till))
         with self.assertRaises(OverflowError):
             probe.call("Echo", 2**31)
@@ -231,16 +159,14 @@ class HostObjectsTest(unittest.TestCase):
         self.assertEqual(amount.value, 1300)
         probe.call("Invoke", sale, "strCustomerRegNo", ccaddin.PUT, "AB12 CDÉ")
         self.assertEqual(sale.props["strCustomerRegNo"], "AB12 CDÉ")
-        self.assertEqual(sale.calls[0], ("Total", ccaddin.GET, []))
 
-        with self.assertRaises(CcaddinError) as caught:
-            probe.call("Invoke", sale, "Explode", ccaddin.METHOD)
-        self.assertEqual(caught.exception.status, ccaddin.E_FAILED)
-        self.assertEqual(caught.exception.message, "ValueError: till database locked")
-        with self.assertRaises(CcaddinError) as caught:
-            probe.call("Invoke", sale, "Refund", ccaddin.METHOD)
-        self.assertEqual(caught.exception.status, ccaddin.E_UNKNOWN_MEMBER)
-        self.assertIn("no Refund on the sale", caught.exception.message)
+        # A Python exception in the till's object reaches the component as a failure.
+        for member, status, text in (("Explode", ccaddin.E_FAILED, "ValueError: till database locked"),
+                                     ("Refund", ccaddin.E_UNKNOWN_MEMBER, "no Refund on the sale")):
+            with self.subTest(member), self.assertRaises(CcaddinError) as caught:
+                probe.call("Invoke", sale, member, ccaddin.METHOD)
+            self.assertEqual(caught.exception.status, status)
+            self.assertIn(text, caught.exception.message)
 
     def test_records_are_read_and_filled_on_the_tills_own_objects(self):
         probe, sale = TESTLIB.create(PROBE), Sale()
@@ -248,9 +174,7 @@ class HostObjectsTest(unittest.TestCase):
         self.assertEqual(sorted(c[0] for c in sale.calls), sorted(TILL_PROPERTIES))
         probe.call("WriteTransInfo", sale)
         self.assertEqual(set(sale.props) - {"strMerchantName"}, set(TRANS_DEFAULTS))
-        self.assertEqual(sale.props["strAuthorisationCode"], "A£1")
         self.assertIs(sale.props["bFuelBunkerCard"], True)
-        self.assertEqual(sale.props["lTransactionRefNo"], 4321)
 
 
 class ReferenceCountingTest(unittest.TestCase):
@@ -264,22 +188,6 @@ class ReferenceCountingTest(unittest.TestCase):
         probe.call("Drop")
         gc.collect()
         self.assertTrue(sale.gone)
-
-    def test_references_are_counted_per_handle(self):
-        till = PRODUCT.create(TILL)
-        dll = PRODUCT.dll
-        self.assertEqual(dll.ccaddin_addref(till.handle), ccaddin.OK)
-        self.assertEqual(dll.ccaddin_release(till.handle), ccaddin.OK)
-        till.strTillNumber = "07"  # still alive with the one reference left
-        self.assertEqual(till.strTillNumber, "07")
-        probe = TESTLIB.create(PROBE)
-        mine = TESTLIB.create(TILL)
-        a, b = probe.call("Echo", mine), probe.call("Echo", mine)
-        self.assertNotEqual(a.handle, b.handle)
-        self.assertTrue(a.same_as(b))
-        self.assertFalse(a.same_as(TESTLIB.create(TILL)))
-        a.close()
-        self.assertEqual(b.strMerchantName, "")
 
 
 if __name__ == "__main__":

@@ -13,12 +13,14 @@
 #include "support/golden_text.h"
 #include "support/ql_sim_session.h"
 #include "support/temp_dir.h"
+#include "recording_pos_printer.h"
 
 namespace ccaddin {
 namespace {
 
 using testing::MatchesGolden;
 using testing::SplitLines;
+using testing::RecordingPrinter;
 using testing::TempDir;
 
 constexpr const char* kHeading = "REFERENCE,DATE,KIND,AMOUNT,CASHBACK,CARD GROUP\r\n";
@@ -81,22 +83,16 @@ TEST_F(GenerateReportTest, FuelSummaryFollowsTheCardReport) {
   EXPECT_TRUE(MatchesGolden(report_.strReport(), "reports/x_report_fuel_summary.txt"));
 }
 
-TEST_F(GenerateReportTest, ReportFileIsRptAndTheDataNameFromItsFifthCharacter) {
-  Data(kDataFile, "1,20260115,A,100,0,Visa\r\n");
-  ASSERT_EQ(Write(), 0) << report_.strErrorMessage();
-  EXPECT_EQ(report_.strReportFileName(), dir_.file("RPT_20260115_173042.txt"));
-  // The file holds the same lines as the composed text, one line per row.
-  EXPECT_EQ(SplitLines(dir_.Read("RPT_20260115_173042.txt")), SplitLines(report_.strReport()));
-  for (const std::string& line : SplitLines(report_.strReport())) {
-    EXPECT_LE(line.size(), 40u) << line;
-  }
-}
-
-TEST_F(GenerateReportTest, MemoryOnlyComposesWithoutWriting) {
+TEST_F(GenerateReportTest, ReportFileIsRptAndTheDataNameFromItsFifthCharacterUnlessMemoryOnly) {
   Data(kDataFile, "1,20260115,A,100,0,Visa\r\n");
   ASSERT_EQ(report_.WriteReportFile(Till(), dir_.folder(), kDataFile, "", false, 2, true), 0);
   EXPECT_NE(report_.strReport().find("CREDIT CARD Z-REPORT"), std::string::npos);
   EXPECT_FALSE(std::filesystem::exists(dir_.file("RPT_20260115_173042.txt")));
+
+  ASSERT_EQ(Write(), 0) << report_.strErrorMessage();
+  EXPECT_EQ(report_.strReportFileName(), dir_.file("RPT_20260115_173042.txt"));
+  // The file holds the same lines as the composed text.
+  EXPECT_EQ(SplitLines(dir_.Read("RPT_20260115_173042.txt")), SplitLines(report_.strReport()));
 }
 
 // A 40-column line with `left` at the start and `right` at the end.
@@ -261,55 +257,6 @@ TEST_F(GenerateReportTest, LargeFileAddsUpEveryRecord) {
   EXPECT_EQ(cashback, 30000 * 150);
 }
 
-// The window's POS printer control, recording what it is asked to do; PrintNormal
-// fails with `fail_print` when set.
-class RecordingPrinter : public PosPrinter {
- public:
-  int32_t Open(const std::string& strDeviceName) override { return Log("Open " + strDeviceName); }
-  bool Claimed() override { return claimed_; }
-  int32_t ClaimDevice(int32_t) override {
-    claimed_ = true;
-    return Log("ClaimDevice");
-  }
-  bool DeviceEnabled() override { return enabled_; }
-  int32_t DeviceEnabled(bool bEnabled) override {
-    enabled_ = bEnabled;
-    return Log("DeviceEnabled");
-  }
-  int32_t PrintNormal(int32_t lStation, const std::string& strData) override {
-    if (!fail_print.empty()) {
-      error_ = fail_print;
-      result_ = OPOS_E_OFFLINE;
-      return result_;
-    }
-    printed += strData;
-    return Log("PrintNormal " + std::to_string(lStation));
-  }
-  int32_t CutPaper(int32_t lPercentage) override { return Log("CutPaper " + std::to_string(lPercentage)); }
-  int32_t ReleaseDevice() override {
-    claimed_ = false;
-    return Log("ReleaseDevice");
-  }
-  int32_t Close() override { return Log("Close"); }
-  int32_t ResultCode() const override { return result_; }
-  const std::string& strErrorMessage() const override { return error_; }
-
-  std::vector<std::string> calls;
-  std::string printed;
-  std::string fail_print;
-
- private:
-  int32_t Log(const std::string& call) {
-    calls.push_back(call);
-    result_ = OPOS_SUCCESS;
-    return result_;
-  }
-  bool claimed_ = false;
-  bool enabled_ = false;
-  int32_t result_ = OPOS_SUCCESS;
-  std::string error_;
-};
-
 class GenerateReportPrintTest : public GenerateReportTest {
  protected:
   GenerateReportPrintTest() {
@@ -330,7 +277,7 @@ TEST_F(GenerateReportPrintTest, ReportIsWrittenThenPrintedOnTheWindowsControlAnd
   ASSERT_EQ(report_.GenerateReport(&printer_, Till(), dir_.folder(), kDataFile, "", true), 0)
       << report_.strErrorMessage();
   EXPECT_EQ(printer_.calls,
-            (std::vector<std::string>{"Open ReceiptPrinter", "ClaimDevice", "DeviceEnabled",
+            (std::vector<std::string>{"Open ReceiptPrinter", "ClaimDevice 5000", "DeviceEnabled true",
                                       "PrintNormal 2", "CutPaper 100", "ReleaseDevice", "Close"}));
   // The file as written, each line ended as the settings say, and the feeds before the cut.
   EXPECT_EQ(printer_.printed, report_.strReport() + "\r\n\r\n");
@@ -348,9 +295,9 @@ TEST_F(GenerateReportPrintTest, AmountsHaveTheConfiguredDecimals) {
 }
 
 TEST_F(GenerateReportPrintTest, PrinterFailureFailsTheReportAndKeepsItsFile) {
-  printer_.fail_print = "Printer is offline";
+  printer_.fail_on = "PrintNormal";
   EXPECT_EQ(report_.GenerateReport(&printer_, Till(), dir_.folder(), kDataFile, "", false), 1);
-  EXPECT_EQ(report_.strErrorMessage(), "TGenerateReport.PrintReport() Failed - Printer is offline");
+  EXPECT_EQ(report_.strErrorMessage(), "TGenerateReport.PrintReport() Failed - PrintNormal 2: paper out");
   // The device is handed back all the same.
   EXPECT_EQ(printer_.calls.back(), "Close");
   EXPECT_TRUE(std::filesystem::exists(dir_.file("RPT_20260115_173042.txt")));
