@@ -13,6 +13,7 @@
 namespace ccaddin {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
@@ -121,8 +122,6 @@ TEST_F(AddinLogTest, FuelBalanceNeverWritesTheWholeCardNumber) {
   journal_.LogFuelBalanceEnd("7077001234567890123", "FUELCARD", FUELBALANCE_RC_AUTHORISED, 5000);
   journal_.LogFuelBalanceEnd("123456789", "X", FUELBALANCE_RC_CARDNOTFOUND, 0);
   journal_.LogFuelBalanceEnd("1234567890", "X", FUELBALANCE_RC_CARDEXPIRED, -3);
-  const char* responses[] = {"CARD NOT SUPPORTED", "INVALID CURRENCY", "INSUFFICIENT FUNDS",
-                             "CARD DECLINED"};
   for (int code : {1, 3, 4, 5}) journal_.LogFuelBalanceEnd("", "S", code, 1);
   EXPECT_THAT(
       Lines(),
@@ -131,10 +130,10 @@ TEST_F(AddinLogTest, FuelBalanceNeverWritesTheWholeCardNumber) {
                   "Card Scheme=X, Card Balance=0, ResponseCode=CARD NOT FOUND",
                   "First 6 Digits=123456 Last 4 Digits=7890, Card Scheme=X, Card Balance=-3, "
                   "ResponseCode=CARD EXPIRED",
-                  std::string("Card Scheme=S, Card Balance=1, ResponseCode=") + responses[0],
-                  std::string("Card Scheme=S, Card Balance=1, ResponseCode=") + responses[1],
-                  std::string("Card Scheme=S, Card Balance=1, ResponseCode=") + responses[2],
-                  std::string("Card Scheme=S, Card Balance=1, ResponseCode=") + responses[3]));
+                  "Card Scheme=S, Card Balance=1, ResponseCode=CARD NOT SUPPORTED",
+                  "Card Scheme=S, Card Balance=1, ResponseCode=INVALID CURRENCY",
+                  "Card Scheme=S, Card Balance=1, ResponseCode=INSUFFICIENT FUNDS",
+                  "Card Scheme=S, Card Balance=1, ResponseCode=CARD DECLINED"));
 }
 
 TTransactionInfo AuthorisedChipSale() {
@@ -159,7 +158,7 @@ TTransactionInfo AuthorisedChipSale() {
   info.strCustomerRegNo = "AB12 CDE";
   info.strFuelProducts = "512 QTY 1 500 EXCLUDED";
   info.strToken = "9f1c2e77-secret-token";
-  info.strCustomerReceipt = "  CUSTOMER COPY\r\nSALE\r\nTHANK YOU";
+  info.strCustomerReceipt = "  CUSTOMER COPY\r\nSALE\nTHANK\rYOU\r\n";
   return info;
 }
 
@@ -188,8 +187,8 @@ TEST_F(AddinLogTest, EndTransactionWritesTheWholeOutcome) {
                   "OUTPUT : Customer Mileage              =81234",
                   "OUTPUT : Customer Registraion          =AB12 CDE",
                   "OUTPUT : Token                         =TOKEN RETURNED TO CLIENT",
-                  "OUTPUT : Customer Receipt              =  CUSTOMER COPY<CR><LF>SALE<CR><LF>"
-                  "THANK YOU",
+                  "OUTPUT : Customer Receipt              =  CUSTOMER COPY<CR><LF>SALE<LF>"
+                  "THANK<CR>YOU<CR><LF>",
               }));
   EXPECT_THAT(dir_.Read("tamberincreditcard.log"), Not(HasSubstr("secret")));
 }
@@ -234,19 +233,8 @@ TEST_F(AddinLogTest, EndTransactionCodeTexts) {
       }
     }
     EXPECT_EQ(coded, c.coded) << "response " << c.response;
-    const std::vector<std::string> lines = Lines();
-    ASSERT_GE(lines.size(), 18u);
-    EXPECT_EQ(lines.back(), "OUTPUT : Customer Receipt              =");
-    EXPECT_EQ(lines[lines.size() - 2], "OUTPUT : Token                         =");
-    EXPECT_EQ(lines[lines.size() - 8], "OUTPUT : Card Class                    =CREDIT/DEBIT");
+    EXPECT_THAT(Lines(), Contains("OUTPUT : Card Class                    =CREDIT/DEBIT"));
   }
-}
-
-TEST_F(AddinLogTest, ReceiptControlCharactersStayOnOneLine) {
-  TTransactionInfo info;
-  info.strCustomerReceipt = "A\r\nB\nC\rD\r\n";
-  journal_.LogEndTransaction(info);
-  EXPECT_EQ(Lines().back(), "OUTPUT : Customer Receipt              =A<CR><LF>B<LF>C<CR>D<CR><LF>");
 }
 
 TEST_F(AddinLogTest, UnwritableFolderNeverDisturbsTheCall) {

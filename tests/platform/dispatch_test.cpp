@@ -11,8 +11,6 @@
 namespace ccaddin {
 namespace {
 
-using testing::HostCollection;
-using testing::HostObject;
 using testing::MakeRmsSession;
 using testing::RmsSession;
 using testing::RmsSessionSetup;
@@ -177,70 +175,6 @@ TEST(HostModel, RmsSessionReadsAsTheTillHooksReadIt) {
     EXPECT_EQ(r.status, DispatchStatus::kFailed);
     EXPECT_EQ(r.error, "Subscript out of range");
   }
-}
-
-TEST(HostModel, TypedPropertiesConvertWritesAndEveryCallIsRecordedInOrder) {
-  VirtualEnv env;
-  env.SetDecimalSeparator(",");
-  ScopedEnv scoped(&env);
-  RmsSessionSetup setup;
-  setup.tenders = {{"Credit Card", 0.0, 0.0}};
-  const RmsSession rms = MakeRmsSession(setup);
-  const LateObject transaction = LateObject(rms.session).Object("Transaction");
-  const LateObject tender = LateObject::From(transaction.Object("Tenders").Get("Item", {1}));
-
-  tender.Put("AmountIn", "12,50");  // text as the till formats amounts
-  (void)transaction.Call("CalculateTotals");
-  EXPECT_EQ(rms.tenders[0]->Value("AmountIn"), Variant(Currency::FromUnits(125'000)));
-  const DispatchResult refused = rms.tenders[0]->Put("AmountIn", "12.50 GBP");
-  EXPECT_EQ(refused.status, DispatchStatus::kTypeMismatch);
-  EXPECT_EQ(rms.tenders[0]->Value("AmountIn"), Variant(Currency::FromUnits(125'000)));
-
-  // The shared log keeps the order across objects: the write came before the totals.
-  std::vector<std::string> order;
-  for (const auto& call : *rms.log) order.push_back(call.object + "." + call.member);
-  EXPECT_EQ(order,
-            (std::vector<std::string>{"Session.Transaction", "Transaction.Tenders", "Tenders.Item",
-                                      "Tenders(1).AmountIn", "Transaction.CalculateTotals",
-                                      "Tenders(1).AmountIn"}));
-  const auto puts = rms.tenders[0]->CallsTo("amountin");
-  ASSERT_EQ(puts.size(), 2u);
-  EXPECT_EQ(puts[0].kind, CallKind::kPut);
-  EXPECT_EQ(puts[0].args, std::vector<Variant>{Variant("12,50")});
-}
-
-TEST(HostModel, MembersFailOrMisbehaveOnDemand) {
-  const RmsSession rms = MakeRmsSession({});
-  rms.transaction->FailOn("CalculateTotals", "Transaction is locked");
-  const DispatchResult locked = rms.transaction->Call("CalculateTotals");
-  EXPECT_EQ(locked.status, DispatchStatus::kFailed);
-  EXPECT_EQ(locked.error, "Transaction is locked");
-
-  rms.transaction->SetUntyped("TransactionType", "sale");
-  EXPECT_EQ(rms.transaction->Get("TransactionType").value.ToInt32().error(), "Type mismatch");
-  rms.configuration->Remove("StorePhone");
-  EXPECT_EQ(rms.configuration->Get("StorePhone").status, DispatchStatus::kUnknownMember);
-  EXPECT_EQ(rms.register_->Call("SetActivePrinterNumber").status,
-            DispatchStatus::kWrongArgumentCount);
-
-  // The host printer control claims itself when asked, as the receipt printing expects.
-  const LateObject co =
-      LateObject(rms.session).Object("Register").Object("ActivePrinter").Object("co");
-  EXPECT_EQ(co.Get("Claimed"), Variant(false));
-  (void)co.Call("ClaimDevice", {int32_t{5000}});
-  EXPECT_EQ(co.Get("Claimed"), Variant(true));
-  EXPECT_EQ(rms.co->CallsTo("ClaimDevice").at(0).args, std::vector<Variant>{Variant(5000)});
-
-  // A method body may answer by reference, as a host's would.
-  auto host = HostObject::Create("Host");
-  host->AddMethod("Lookup", 2, [](DispatchArgs& args) {
-    args[1] = args.String(0) + "!";
-    return Variant(true);
-  });
-  std::vector<Variant> args = {"abc", Variant()};
-  EXPECT_TRUE(host->Invoke("lookup", CallKind::kMethod, args).ok());
-  EXPECT_EQ(args[1], Variant("abc!"));
-  EXPECT_EQ(HostCollection::Create("Empty")->Get("Count").value, Variant(int32_t{0}));
 }
 
 }  // namespace

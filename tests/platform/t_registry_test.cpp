@@ -17,39 +17,28 @@ using testing::TestRegistry;
 
 constexpr const char* kKey = "SOFTWARE\\Tamberin\\ccaddin\\";
 
-TEST(TRegistry, ReadsOnlyStringValues) {
+TEST(TRegistry, ReadsOnlyStringValuesCutAtTheirFirstNul) {
   TestRegistry reg;
-  reg.Set("BaseCurrency", "GBP");
   reg.SetRaw(RegistryValue{"SaveReceipts", kRegDword, std::string("\x01\0\0\0", 4)});
   reg.SetRaw(RegistryValue{"Expand", kRegExpandSz, StringValueData("x")});
-
-  TRegistry registry;
-  std::string value = "left over";
-  EXPECT_EQ(registry.GetRegistryValue(kKey, "BaseCurrency", value), 0);
-  EXPECT_EQ(value, "GBP");
-  value = "left over";
-  EXPECT_EQ(registry.GetRegistryValue(kKey, "SaveReceipts", value), 1);
-  EXPECT_EQ(value, "");
-  EXPECT_EQ(registry.GetRegistryValue(kKey, "Expand", value), 1);
-  EXPECT_EQ(registry.GetRegistryValue(kKey, "Missing", value), 1);
-  EXPECT_EQ(value, "");
-  // Values of another type or missing values are not failures.
-  EXPECT_EQ(registry.strErrorMessage(), "");
-}
-
-TEST(TRegistry, StringDataIsCutAtItsFirstNul) {
-  TestRegistry reg;
   reg.SetRaw(RegistryValue{"Two", kRegSz, std::string("ab\0cd\0", 6)});
   reg.SetRaw(RegistryValue{"Unterminated", kRegSz, "xyz"});
   reg.SetRaw(RegistryValue{"Empty", kRegSz, ""});
+  struct Case {
+    const char* name;
+    int16_t result;
+    const char* value;
+  };
+  const Case cases[] = {{"Two", 0, "ab"},         {"Unterminated", 0, "xyz"}, {"Empty", 0, ""},
+                        {"SaveReceipts", 1, ""},  {"Expand", 1, ""},          {"Missing", 1, ""}};
   TRegistry registry;
-  std::string value;
-  EXPECT_EQ(registry.GetRegistryValue(kKey, "Two", value), 0);
-  EXPECT_EQ(value, "ab");
-  EXPECT_EQ(registry.GetRegistryValue(kKey, "Unterminated", value), 0);
-  EXPECT_EQ(value, "xyz");
-  EXPECT_EQ(registry.GetRegistryValue(kKey, "Empty", value), 0);
-  EXPECT_EQ(value, "");
+  for (const Case& c : cases) {
+    std::string value = "left over";
+    EXPECT_EQ(registry.GetRegistryValue(kKey, c.name, value), c.result) << c.name;
+    EXPECT_EQ(value, c.value) << c.name;
+  }
+  // Values of another type or missing values are not failures.
+  EXPECT_EQ(registry.strErrorMessage(), "");
 }
 
 TEST(TRegistry, MissingKeyOrDatabaseCannotBeOpenedAndNothingIsCreated) {

@@ -28,23 +28,17 @@ TEST(TextBoxFormat, BoxFiltersAcceptTheirCharactersUntilTheTextIsFull) {
       {"numeric full", TBF::NumericBox, '7', 0, 4, 4, 0},
       {"numeric full, backspace", TBF::NumericBox, 8, 0, 4, 4, 8},
       {"numeric full, selection", TBF::NumericBox, '7', 2, 4, 4, '7'},
-      {"numeric over full", TBF::NumericBox, '7', 0, 9, 4, 0},
       {"numeric no limit", TBF::NumericBox, '0', 0, 300, 0, '0'},
       {"numeric letter", TBF::NumericBox, 'a', 0, 0, 4, 0},
       {"numeric point", TBF::NumericBox, '.', 0, 0, 4, 0},
-      {"numeric enter", TBF::NumericBox, 13, 0, 0, 0, 0},
       {"alpha letters", TBF::AlphaBox, 'z', 0, 0, 4, 'z'},
-      {"alpha upper", TBF::AlphaBox, 'A', 0, 0, 4, 'A'},
       {"alpha digit", TBF::AlphaBox, '5', 0, 0, 4, 0},
-      {"alpha space", TBF::AlphaBox, ' ', 0, 0, 4, 0},
       {"alpha full", TBF::AlphaBox, 'Q', 0, 4, 4, 0},
       {"alphanumeric digit", TBF::AlphaNumericBox, '9', 0, 0, 4, '9'},
       {"alphanumeric letter", TBF::AlphaNumericBox, 'b', 0, 0, 4, 'b'},
       {"alphanumeric dash", TBF::AlphaNumericBox, '-', 0, 0, 4, 0},
       {"alphanumeric full, selection", TBF::AlphaNumericBox, 'b', 1, 4, 4, 'b'},
       {"uc lower to upper", TBF::UCAlphaNumericBox, 'q', 0, 0, 4, 'Q'},
-      {"uc upper", TBF::UCAlphaNumericBox, 'Q', 0, 0, 4, 'Q'},
-      {"uc digit", TBF::UCAlphaNumericBox, '0', 0, 0, 4, '0'},
       {"uc full", TBF::UCAlphaNumericBox, 'q', 0, 4, 4, 0},
       {"uc backquote", TBF::UCAlphaNumericBox, '`', 0, 0, 4, 0},
       {"uc brace", TBF::UCAlphaNumericBox, '{', 0, 0, 4, 0},
@@ -81,15 +75,12 @@ TEST(TextBoxFormat, AllowedCharsBoxBranches) {
   const Case cases[] = {
       {"backspace", 8, false, false, false, false, false, "", 9, 4, 8},
       {"tab", 9, true, true, true, true, true, "\t", 0, 0, 0},
-      {"nul", 0, true, true, true, true, true, "", 0, 0, 0},
       {"unit separator", 31, true, true, true, true, true, "", 0, 0, 0},
       {"delete", 127, true, true, true, true, true, "\x7F", 0, 0, 0},
       {"digit allowed even when full", '4', true, false, false, false, false, "", 9, 4, '4'},
       {"digit refused", '4', false, true, true, true, true, "4", 0, 0, 0},
       {"lower allowed", 'k', false, true, false, false, false, "", 0, 0, 'k'},
       {"lower refused", 'k', true, false, true, true, true, "k", 0, 0, 0},
-      {"upper allowed", 'K', false, false, true, false, false, "", 0, 0, 'K'},
-      {"upper refused", 'K', true, true, false, true, true, "K", 0, 0, 0},
       {"other refused", '/', true, true, true, false, true, "/", 0, 0, 0},
       {"all other", '/', false, false, false, true, true, "", 3, 4, '/'},
       {"all other, full", '/', false, false, false, true, true, "/", 4, 4, 0},
@@ -97,7 +88,6 @@ TEST(TextBoxFormat, AllowedCharsBoxBranches) {
       {"listed", '/', false, false, false, true, false, "-/", 0, 0, '/'},
       {"listed, full", '/', false, false, false, true, false, "-/", 9, 4, '/'},
       {"not listed", '.', false, false, false, true, false, "-/", 0, 0, 0},
-      {"empty list", '.', false, false, false, true, false, "", 0, 0, 0},
       {"listed high byte", 0xA3, false, false, false, true, false, "\xA3", 0, 0, 0xA3},
   };
   for (const Case& c : cases) {
@@ -171,32 +161,17 @@ TEST(TextBoxFormat, FormatCurrencyUpRoundsTheTypedAmountHalfToEven) {
       {0.135, 2, 14},
       {1.005, 2, 100},
       {1.015, 2, 102},
-      {4.35, 2, 435},
       {0.1 + 0.2, 2, 30},
       {2.5, 0, 2},
       {3.5, 0, 4},
-      {-0.125, 2, -12},
       {-1.015, 2, -102},
-      {-2.5, 0, -2},
       {0.005, 2, 0},
-      {0.0051, 2, 1},
-      {0.015, 2, 2},
-      {0.004, 2, 0},
-      {12.345, 3, 12345},
       {1250, -2, 12},
-      {1350, -2, 14},
-      {7, 0, 7},
-      {0.0, 2, 0},
-      {-0.0, 2, 0},
-      {1e-300, 2, 0},
       {99.999, 2, 10000},
       {21474836.47, 2, INT32_MAX},
       {-21474836.48, 2, INT32_MIN},
       {21474836.48, 2, 0},
-      {2147483647.5, 0, 0},
-      {1e300, 2, 0},
       {5, 400, 0},
-      {5, -400, 0},
       {std::numeric_limits<double>::quiet_NaN(), 2, 0},
       {std::numeric_limits<double>::infinity(), 2, 0},
   };
@@ -216,15 +191,11 @@ TEST(TextBoxFormat, FormatCurrencyDownInsertsTheLocaleSeparator) {
   };
   const Case cases[] = {
       {150, 2, "1.50", "1,50"},
-      {5, 2, "0.05", "0,05"},
       {0, 2, "0", "0"},
       {7, 0, "7", "7"},
-      {100, 2, "1.00", "1,00"},
       {12345, 3, "12.345", "12,345"},
-      {99, 2, "0.99", "0,99"},
       {-150, 2, "-1.50", "-1,50"},
       {-5, 2, "-0.05", "-0,05"},
-      {-7, 0, "-7", "-7"},
       {INT32_MIN, 2, "-21474836.48", "-21474836,48"},
       {INT32_MAX, 3, "2147483.647", "2147483,647"},
       {15, -1, "15", "15"},
@@ -237,15 +208,6 @@ TEST(TextBoxFormat, FormatCurrencyDownInsertsTheLocaleSeparator) {
   }
   env.SetDecimalSeparator("");
   EXPECT_EQ(TBF::FormatCurrencyDown(150, 2), "1.50");
-}
-
-TEST(TextBoxFormat, AmountsSurviveTheTripDownAndUp) {
-  for (int16_t exp : {0, 2, 3}) {
-    for (int32_t amount : {0, 1, 5, 99, 100, 101, 1005, 1015, 123456789, -1015, INT32_MAX}) {
-      const std::string text = TBF::FormatCurrencyDown(amount, exp);
-      EXPECT_EQ(TBF::FormatCurrencyUp(std::stod(text), exp), amount) << text;
-    }
-  }
 }
 
 }  // namespace

@@ -127,9 +127,15 @@ TEST(TmsCall, ShortValuesComPortRuleAndFirstMatchingConstant) {
   EXPECT_EQ(Rewrite("Const COMPORT=4 ' was Const QLCLIENTID\n"), "Const QLCLIENTID=\"C45\"\n");
 }
 
-TEST(TmsCall, ScriptWithoutConstantsOnlyGetsItsLineEndsNormalised) {
+TEST(TmsCall, ScriptWithoutConstantsOnlyGetsItsLineEndsNormalisedAndNoneIsNotCreated) {
   EXPECT_EQ(Rewrite("Option Explicit\r\n\r\nDim x\r\nx = 1"), "Option Explicit\n\nDim x\nx = 1\n");
   EXPECT_EQ(Rewrite(""), "");
+
+  testing::TempDir dir;  // no script at all: nothing is created
+  TTmsCall call;
+  call.UpdateTmsScript("M", "C", dir.folder(), "GBP", "AIB", "", false, "COM1", "");
+  EXPECT_TRUE(fs::is_empty(dir.path()));
+  EXPECT_NE(call.strErrorMessage(), "");
 }
 
 TEST(TmsCall, RewriteKeepsPermissionsAndLinksAndLeavesNothingBehind) {
@@ -144,14 +150,6 @@ TEST(TmsCall, RewriteKeepsPermissionsAndLinksAndLeavesNothingBehind) {
   EXPECT_EQ(fs::status(real).permissions(), fs::perms(0750));
   EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 2);
   EXPECT_EQ(call.strErrorMessage(), "");
-}
-
-TEST(TmsCall, MissingScriptChangesNothing) {
-  testing::TempDir dir;
-  TTmsCall call;
-  call.UpdateTmsScript("M", "C", dir.folder(), "GBP", "AIB", "", false, "COM1", "");
-  EXPECT_TRUE(fs::is_empty(dir.path()));
-  EXPECT_NE(call.strErrorMessage(), "");
 }
 
 TEST(TmsCall, DoTmsCallStartsTheScriptThroughTheEnv) {
