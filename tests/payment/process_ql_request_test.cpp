@@ -38,6 +38,19 @@ std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
+// Authorises a sale of `amount` as the window does after the enquiry.
+struct Processing {
+  std::unique_ptr<QlTransactionProcessor> processor;
+  QlTransaction trans;
+  int32_t result = -1;
+};
+
+Processing Processed(TProcessQlRequest& r, int32_t amount, int32_t type = 1) {
+  Processing out{CurrentQlFactory().CreateTransactionProcessor(), QlSimSession::Sale(amount, type)};
+  r.ProcessTransaction(*out.processor, out.trans, out.result);
+  return out;
+}
+
 // Every request the layer makes of the library, keyed by the simulator's fault name, with
 // the operation name its failure text carries.
 struct Op {
@@ -251,10 +264,7 @@ TEST(ProcessQlRequestLostConnection, ErrorCodesMapToTwoOrOnePerOperation) {
     TProcessQlRequest req({false, false, 0});
     ASSERT_EQ(s.Open(req), 0);
     ASSERT_EQ(s.StartAndEnquire(req, 500), 0);
-    auto p = CurrentQlFactory().CreateTransactionProcessor();
-    auto t = QlSimSession::Sale(500);
-    int32_t result = -1;
-    req.ProcessTransaction(*p, t, result);
+    auto [p, t, result] = Processed(req, 500);
     ASSERT_EQ(result, 8);
     req.ProcessPinBypass(*p, t, true, result);
     EXPECT_EQ(result, code == 999 ? 1 : 2);
@@ -390,10 +400,7 @@ TEST(ProcessQlRequestTransaction, OutcomesByCardAndMagicAmount) {
     TProcessQlRequest r;
     ASSERT_EQ(s.Open(r), 0);
     ASSERT_EQ(s.StartAndEnquire(r, c.amount), 0);
-    auto p = CurrentQlFactory().CreateTransactionProcessor();
-    auto t = QlSimSession::Sale(c.amount);
-    int32_t result = -1;
-    r.ProcessTransaction(*p, t, result);
+    auto [p, t, result] = Processed(r, c.amount);
     EXPECT_EQ(result, c.result) << c.card << " " << c.amount;
     if (c.status >= 0) {
       EXPECT_EQ(t.lStatus, c.status) << c.card << " " << c.amount;
@@ -409,10 +416,7 @@ TEST(ProcessQlRequestTransaction, AuthorisedChipSaleCarriesReceiptData) {
   TProcessQlRequest r;
   ASSERT_EQ(s.Open(r), 0);
   ASSERT_EQ(s.StartAndEnquire(r, 2500), 0);
-  auto p = CurrentQlFactory().CreateTransactionProcessor();
-  auto t = QlSimSession::Sale(2500);
-  int32_t result = -1;
-  r.ProcessTransaction(*p, t, result);
+  auto [p, t, result] = Processed(r, 2500);
   ASSERT_EQ(result, 0) << r.strErrorMessage();
   EXPECT_EQ(t.lEntryMethodCode, 2);
   EXPECT_EQ(t.lCvmCode, 1);
@@ -431,10 +435,7 @@ TEST(ProcessQlRequestTransaction, AnEnquiryIsAskedForBeforeAuthorising) {
   QlSimSession s;
   TProcessQlRequest r;
   ASSERT_EQ(s.Open(r), 0);
-  auto p = CurrentQlFactory().CreateTransactionProcessor();
-  auto t = QlSimSession::Sale(10009);
-  int32_t result = -1;
-  r.ProcessTransaction(*p, t, result);
+  auto [p, t, result] = Processed(r, 10009);
   EXPECT_EQ(result, 9) << "no enquiry yet";
   ASSERT_EQ(s.StartAndEnquire(r, 10009), 0);
   r.ProcessTransaction(*p, t, result);
@@ -457,10 +458,7 @@ TEST(ProcessQlRequestTransaction, PinBypassAutoDeclinedOrAskedAndAnswered) {
     TProcessQlRequest r({false, true, 0});
     ASSERT_EQ(s.Open(r), 0);
     ASSERT_EQ(s.StartAndEnquire(r, 800), 0);
-    auto p = CurrentQlFactory().CreateTransactionProcessor();
-    auto t = QlSimSession::Sale(800);
-    int32_t result = -1;
-    r.ProcessTransaction(*p, t, result);
+    auto [p, t, result] = Processed(r, 800);
     EXPECT_EQ(result, 0) << "never 8 with automatic decline";
     EXPECT_EQ(t.lStatus, 3);
     EXPECT_EQ(t.strResponseText, "PIN REQUIRED - DECLINED");
@@ -469,10 +467,7 @@ TEST(ProcessQlRequestTransaction, PinBypassAutoDeclinedOrAskedAndAnswered) {
   TProcessQlRequest r({false, false, 0});
   ASSERT_EQ(s.Open(r), 0);
   ASSERT_EQ(s.StartAndEnquire(r, 800), 0);
-  auto p = CurrentQlFactory().CreateTransactionProcessor();
-  auto t = QlSimSession::Sale(800);
-  int32_t result = -1;
-  r.ProcessTransaction(*p, t, result);
+  auto [p, t, result] = Processed(r, 800);
   ASSERT_EQ(result, 8);
   EXPECT_EQ(s.session->GetStatusText(), "PIN BYPASS?");
   r.ProcessPinBypass(*p, t, true, result);
@@ -496,10 +491,7 @@ TEST(ProcessQlRequestTransaction, OperatingModesThreeAndFourFetchReceiptData) {
     TProcessQlRequest r({false, true, c.mode});
     ASSERT_EQ(s.Open(r), 0);
     ASSERT_EQ(s.StartAndEnquire(r, c.amount), 0);
-    auto p = CurrentQlFactory().CreateTransactionProcessor();
-    auto t = QlSimSession::Sale(c.amount);
-    int32_t result = -1;
-    r.ProcessTransaction(*p, t, result);
+    auto [p, t, result] = Processed(r, c.amount);
     EXPECT_EQ(result, c.fetches ? 2 : 0) << c.mode << " " << c.amount;
   }
   QlSimSession s(R"({"terminalReadsCard":true})");
@@ -862,10 +854,7 @@ TEST(ProcessQlRequestStatus, TerminalTextsChangeDuringAnAuthorisation) {
     env.RunAfter(50, watch);
   };
   env.RunAfter(0, watch);
-  auto p = CurrentQlFactory().CreateTransactionProcessor();
-  auto t = QlSimSession::Sale(900);
-  int32_t result = -1;
-  r.ProcessTransaction(*p, t, result);
+  auto [p, t, result] = Processed(r, 900);
   ASSERT_EQ(result, 0);
   const std::vector<std::string> expected = {"ENTER PIN", "PROCESSING", "APPROVED", "REMOVE CARD"};
   auto it = seen.begin();
