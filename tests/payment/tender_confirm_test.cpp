@@ -21,6 +21,7 @@ class ConfirmTendersTest : public ::testing::Test {
  protected:
   void Start(const std::string& config_json = "{}") {
     sim_ = std::make_unique<QlSimSession>(config_json);
+    tender_ = TTender();
     ASSERT_EQ(sim_->Open(request_), 0) << request_.strErrorMessage();
     CreditCardCommon& s = Shared();
     s.strConfigFileLocation = sim_->dir.folder();
@@ -56,27 +57,22 @@ class ConfirmTendersTest : public ::testing::Test {
   TTender tender_;
 };
 
-TEST_F(ConfirmTendersTest, ConfirmsEveryAuthorisedPartAndOnlyThose) {
-  Start();
-  const int32_t first = Pay(0, 600);
-  const int32_t second = Pay(1, 400, TTender::kStateDeclined);
-  const int32_t third = Pay(2, 300);
-  tender_.ConfirmTenders(false);
-  EXPECT_EQ(StateOf(first), StoreState::kConfirmed);
-  EXPECT_EQ(StateOf(second), StoreState::kPending);
-  EXPECT_EQ(StateOf(third), StoreState::kConfirmed);
-  EXPECT_EQ(tender_.GetState(0), TTender::kStateAuthorised);  // the ledger keeps its states
-  EXPECT_EQ(tender_.GetState(1), TTender::kStateDeclined);
-  EXPECT_TRUE(tender_.strErrorMessage().empty()) << tender_.strErrorMessage();
-}
-
-TEST_F(ConfirmTendersTest, CancellingVoidsTheAuthorisedParts) {
-  Start();
-  const int32_t first = Pay(0, 600);
-  const int32_t second = Pay(1, 400);
-  tender_.ConfirmTenders(true);
-  EXPECT_EQ(StateOf(first), StoreState::kCancelled);
-  EXPECT_EQ(StateOf(second), StoreState::kCancelled);
+TEST_F(ConfirmTendersTest, ConfirmsOrVoidsEveryAuthorisedPartAndOnlyThose) {
+  for (const bool cancel : {false, true}) {
+    SCOPED_TRACE(cancel ? "cancel" : "confirm");
+    Start();
+    const int32_t first = Pay(0, 600);
+    const int32_t second = Pay(1, 400, TTender::kStateDeclined);
+    const int32_t third = Pay(2, 300);
+    tender_.ConfirmTenders(cancel);
+    const StoreState done = cancel ? StoreState::kCancelled : StoreState::kConfirmed;
+    EXPECT_EQ(StateOf(first), done);
+    EXPECT_EQ(StateOf(second), StoreState::kPending);
+    EXPECT_EQ(StateOf(third), done);
+    EXPECT_EQ(tender_.GetState(0), TTender::kStateAuthorised);  // the ledger keeps its states
+    EXPECT_EQ(tender_.GetState(1), TTender::kStateDeclined);
+    EXPECT_TRUE(tender_.strErrorMessage().empty()) << tender_.strErrorMessage();
+  }
 }
 
 TEST_F(ConfirmTendersTest, NothingAuthorisedOrOperatingModeOneSendsNothing) {
@@ -99,26 +95,28 @@ TEST_F(ConfirmTendersTest, NothingAuthorisedOrOperatingModeOneSendsNothing) {
   EXPECT_EQ(tender_.strErrorMessage(), "TTender.ConfirmTenders() Failed - CONNECTED");
 }
 
-TEST_F(ConfirmTendersTest, ConnectingIsRetriedOnceAndTwoFailuresConfirmNothing) {
-  // Call 1 is the window's own connect; the ledger's are calls 2 and 3.
-  Start(FaultConfig("Session.Connect", 1, 0, R"(,"call":2,"count":2)"));
-  const int32_t ref = Pay(0, 600);
-  tender_.ConfirmTenders(false);
-  EXPECT_EQ(StateOf(ref), StoreState::kPending);
-  EXPECT_EQ(tender_.GetState(0), TTender::kStateAuthorised);
-  EXPECT_EQ(tender_.strErrorMessage(), "TTender.ConfirmTenders() Failed - Connect failed - INJECTED 0");
-
-  Start(FaultConfig("Session.Connect", 1, 0, R"(,"call":2,"count":1)"));
-  const int32_t retried = Pay(0, 500);
-  tender_.ConfirmTenders(false);
-  EXPECT_EQ(StateOf(retried), StoreState::kConfirmed);
-}
-
-TEST_F(ConfirmTendersTest, ARefusedLoginIsTriedOnceMoreOnAFreshSession) {
-  Start(FaultConfig("Login.Login", 3, 0, R"(,"call":2,"count":1)"));
-  const int32_t ref = Pay(0, 600);
-  tender_.ConfirmTenders(false);
-  EXPECT_EQ(StateOf(ref), StoreState::kConfirmed);
+// Call 1 of each operation is the window's own; the ledger's connect and login come after.
+TEST_F(ConfirmTendersTest, ConnectAndLoginAreRetriedOnce) {
+  struct Case {
+    std::string config;
+    StoreState state;
+    const char* error;
+  };
+  const Case cases[] = {
+      {FaultConfig("Session.Connect", 1, 0, R"(,"call":2,"count":2)"), StoreState::kPending,
+       "TTender.ConfirmTenders() Failed - Connect failed - INJECTED 0"},
+      {FaultConfig("Session.Connect", 1, 0, R"(,"call":2,"count":1)"), StoreState::kConfirmed, ""},
+      {FaultConfig("Login.Login", 3, 0, R"(,"call":2,"count":1)"), StoreState::kConfirmed, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.config);
+    Start(c.config);
+    const int32_t ref = Pay(0, 600);
+    tender_.ConfirmTenders(false);
+    EXPECT_EQ(StateOf(ref), c.state);
+    EXPECT_EQ(tender_.GetState(0), TTender::kStateAuthorised);
+    EXPECT_EQ(tender_.strErrorMessage(), c.error);
+  }
 }
 
 }  // namespace
