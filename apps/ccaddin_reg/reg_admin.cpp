@@ -407,32 +407,6 @@ int Show(const std::string& path, std::ostream& out, std::ostream& err) {
   return kExitOk;
 }
 
-// Sets CCADDIN_REGISTRY for the guard's lifetime (when `path` is not empty), so that
-// an in-process caller's environment is as it was afterwards.
-class ScopedPathVariable {
- public:
-  explicit ScopedPathVariable(const std::string& path) : active_(!path.empty()) {
-    if (!active_) return;
-    if (const char* old = std::getenv(RegistryStore::kPathVariable)) previous_ = old, had_ = true;
-    setenv(RegistryStore::kPathVariable, path.c_str(), 1);
-  }
-  ~ScopedPathVariable() {
-    if (!active_) return;
-    if (had_) {
-      setenv(RegistryStore::kPathVariable, previous_.c_str(), 1);
-    } else {
-      unsetenv(RegistryStore::kPathVariable);
-    }
-  }
-  ScopedPathVariable(const ScopedPathVariable&) = delete;
-  ScopedPathVariable& operator=(const ScopedPathVariable&) = delete;
-
- private:
-  bool active_;
-  bool had_ = false;
-  std::string previous_;
-};
-
 }  // namespace
 
 int RunRegAdmin(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -444,7 +418,7 @@ int RunRegAdmin(const std::vector<std::string>& args, std::ostream& out, std::os
     }
     // "show" reads through the add-in itself, which finds the database through the
     // environment; --db points it there for this command only.
-    const ScopedPathVariable scoped_path(cl.db);
+    const ScopedRegistryPath scoped_path(cl.db);
     const std::string path = cl.db.empty() ? RegistryStore::DatabasePath() : cl.db;
     const std::string& c = cl.command;
     if (c == "init") return Init(path, out);

@@ -142,32 +142,6 @@ int32_t ParseExponent(const std::string& text) {
   return static_cast<int32_t>(value);
 }
 
-// Sets CCADDIN_REGISTRY for the guard's lifetime (when `path` is not empty), so that
-// an in-process caller's environment is as it was afterwards.
-class ScopedPathVariable {
- public:
-  explicit ScopedPathVariable(const std::string& path) : active_(!path.empty()) {
-    if (!active_) return;
-    if (const char* old = std::getenv(RegistryStore::kPathVariable)) previous_ = old, had_ = true;
-    setenv(RegistryStore::kPathVariable, path.c_str(), 1);
-  }
-  ~ScopedPathVariable() {
-    if (!active_) return;
-    if (had_) {
-      setenv(RegistryStore::kPathVariable, previous_.c_str(), 1);
-    } else {
-      unsetenv(RegistryStore::kPathVariable);
-    }
-  }
-  ScopedPathVariable(const ScopedPathVariable&) = delete;
-  ScopedPathVariable& operator=(const ScopedPathVariable&) = delete;
-
- private:
-  bool active_;
-  bool had_ = false;
-  std::string previous_;
-};
-
 // The exponent the add-in would use: --exponent, else the loaded configuration's.
 int32_t CurrencyExponent(const CommandLine& cl) {
   if (cl.Has("--exponent")) return ParseExponent(cl.Get("--exponent"));
@@ -505,7 +479,7 @@ int RunSupportCommand(const std::vector<std::string>& args, std::ostream& out, s
       out << kUsage;
       return kSupportExitOk;
     }
-    const ScopedPathVariable scoped_path(cl.db);
+    const ScopedRegistryPath scoped_path(cl.db);
     // The settings as the add-in loads them at the start of a till call, in a state of
     // this command's own.
     const ScopedSharedState state;

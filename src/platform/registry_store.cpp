@@ -410,4 +410,22 @@ RegStatus RegistryStore::Apply(std::string_view hive, std::string_view path,
   return RegStatus::kOk;
 }
 
+ScopedRegistryPath::ScopedRegistryPath(const std::string& path) : active_(!path.empty()) {
+  if (!active_) return;
+  if (const char* old = std::getenv(RegistryStore::kPathVariable)) {
+    previous_ = old;
+    had_ = true;
+  }
+  setenv(RegistryStore::kPathVariable, path.c_str(), 1);
+}
+
+ScopedRegistryPath::~ScopedRegistryPath() {
+  if (!active_) return;
+  if (had_) {
+    setenv(RegistryStore::kPathVariable, previous_.c_str(), 1);
+  } else {
+    unsetenv(RegistryStore::kPathVariable);
+  }
+}
+
 }  // namespace ccaddin

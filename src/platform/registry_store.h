@@ -128,4 +128,20 @@ class RegistryStore {
   std::string error_;
 };
 
+// Points CCADDIN_REGISTRY at `path` for the guard's lifetime (nothing happens when `path`
+// is empty), so that a command's --db option reaches the component and an in-process
+// caller's environment is as it was afterwards.
+class ScopedRegistryPath {
+ public:
+  explicit ScopedRegistryPath(const std::string& path);
+  ~ScopedRegistryPath();
+  ScopedRegistryPath(const ScopedRegistryPath&) = delete;
+  ScopedRegistryPath& operator=(const ScopedRegistryPath&) = delete;
+
+ private:
+  bool active_;
+  bool had_ = false;
+  std::string previous_;
+};
+
 }  // namespace ccaddin
