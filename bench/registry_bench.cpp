@@ -21,7 +21,8 @@ using namespace ccaddin;
 class PopulatedRegistry {
  public:
   PopulatedRegistry() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ccaddin-bench-XXXXXX").string();
+    std::string pattern =
+        (std::filesystem::temp_directory_path() / "ccaddin-bench-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
     folder_ = pattern;
     const std::string path = folder_ + "/registry.db";
@@ -60,7 +61,10 @@ void BM_ReadRegistry(benchmark::State& state) {
     benchmark::DoNotOptimize(settings.strbaseCurrency);
   }
 }
-BENCHMARK(BM_ReadRegistry)->Unit(benchmark::kMicrosecond)->Repetitions(9)->ReportAggregatesOnly(true);
+BENCHMARK(BM_ReadRegistry)
+    ->Unit(benchmark::kMicrosecond)
+    ->Repetitions(9)
+    ->ReportAggregatesOnly(true);
 
 void BM_WriteRegistryOneSetting(benchmark::State& state) {
   PopulatedRegistry registry;

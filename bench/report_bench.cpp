@@ -24,12 +24,13 @@ constexpr const char* kDataFile = "TMP_20260115_173042.txt";
 class DataFolder {
  public:
   DataFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ccaddin-report-bench-XXXXXX").string();
+    std::string pattern =
+        (std::filesystem::temp_directory_path() / "ccaddin-report-bench-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) std::abort();
     folder_ = pattern + "/";
     std::ofstream out(folder_ + kDataFile, std::ios::binary);
-    const char* groups[] = {"Visa", "Mastercard", "Maestro", "Amex",
-                            "Visa Debit", "Diners", "Fuel Card", "JCB"};
+    const char* groups[] = {"Visa",       "Mastercard", "Maestro",   "Amex",
+                            "Visa Debit", "Diners",     "Fuel Card", "JCB"};
     out << "REFERENCE,DATE,KIND,AMOUNT,CASHBACK,CARD GROUP\r\n";
     for (int i = 1; i <= kRecords; ++i) {
       const char* kind = i % 10 == 0 ? "F" : i % 3 == 0 ? "B" : "A";
@@ -59,7 +60,8 @@ void BM_PopulateTotalStructure(benchmark::State& state) {
   for (auto _ : state) {
     TGenerateReport report;
     std::vector<TReportTotals> totals;
-    if (report.PopulateTotalStructure(path, totals) != 0) state.SkipWithError(report.strErrorMessage().c_str());
+    if (report.PopulateTotalStructure(path, totals) != 0)
+      state.SkipWithError(report.strErrorMessage().c_str());
     benchmark::DoNotOptimize(totals);
   }
   state.SetItemsProcessed(state.iterations() * kRecords);

@@ -52,6 +52,9 @@ void BM_ProgrammaticSale(benchmark::State& state) {
   std::filesystem::remove_all(folder);
 }
 
-BENCHMARK(BM_ProgrammaticSale)->Unit(benchmark::kMicrosecond)->Repetitions(9)->ReportAggregatesOnly(true);
+BENCHMARK(BM_ProgrammaticSale)
+    ->Unit(benchmark::kMicrosecond)
+    ->Repetitions(9)
+    ->ReportAggregatesOnly(true);
 
 }  // namespace

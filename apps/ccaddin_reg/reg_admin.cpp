@@ -73,7 +73,9 @@ std::string SubKey() {
   return key;
 }
 
-std::string FullKeyName() { return std::string(kHivePrefix) + SubKey(); }
+std::string FullKeyName() {
+  return std::string(kHivePrefix) + SubKey();
+}
 
 // A 32-bit add-in on 64-bit Windows keeps its settings under WOW6432Node; files exported
 // from such a till import here unchanged.
@@ -158,10 +160,12 @@ std::unique_ptr<RegistryStore> OpenStore(const std::string& path) {
   std::unique_ptr<RegistryStore> store;
   std::string error;
   switch (RegistryStore::Open(path, &store, &error)) {
-    case RegStatus::kOk: return store;
+    case RegStatus::kOk:
+      return store;
     case RegStatus::kNotFound:
       throw Failed{"no registry database at " + path + "; create it with: ccaddin-reg init"};
-    case RegStatus::kFailed: break;
+    case RegStatus::kFailed:
+      break;
   }
   throw Failed{error};
 }
@@ -169,11 +173,13 @@ std::unique_ptr<RegistryStore> OpenStore(const std::string& path) {
 int64_t OpenKey(RegistryStore& store) {
   int64_t key = 0;
   switch (store.OpenKey(kHkeyLocalMachine, SubKey(), &key)) {
-    case RegStatus::kOk: return key;
+    case RegStatus::kOk:
+      return key;
     case RegStatus::kNotFound:
       throw Failed{"the key " + FullKeyName() + " does not exist in " + store.path() +
                    "; create it with: ccaddin-reg init"};
-    case RegStatus::kFailed: break;
+    case RegStatus::kFailed:
+      break;
   }
   throw Failed{store.error()};
 }
@@ -198,7 +204,8 @@ uint64_t ParseUnsigned(const std::string& text, uint64_t max, bool allow_negativ
   char* end = nullptr;
   if (allow_negative && text.starts_with('-')) {
     const long long v = std::strtoll(text.c_str(), &end, 0);
-    if (errno == 0 && end != text.c_str() && *end == '\0' && v >= -static_cast<long long>(max / 2) - 1) {
+    if (errno == 0 && end != text.c_str() && *end == '\0' &&
+        v >= -static_cast<long long>(max / 2) - 1) {
       return static_cast<uint64_t>(v) & max;
     }
   } else if (!text.empty() && text[0] != '-' && text[0] != '+') {
@@ -218,10 +225,12 @@ std::string HexBytes(const std::string& text) {
   std::string digits;
   for (const char c : text) {
     if (c == ',' || c == ' ' || c == ':') continue;
-    if (!std::isxdigit(static_cast<unsigned char>(c))) throw Failed{"\"" + text + "\" is not hexadecimal bytes"};
+    if (!std::isxdigit(static_cast<unsigned char>(c)))
+      throw Failed{"\"" + text + "\" is not hexadecimal bytes"};
     digits += c;
   }
-  if (digits.size() % 2 != 0) throw Failed{"\"" + text + "\" has an odd number of hexadecimal digits"};
+  if (digits.size() % 2 != 0)
+    throw Failed{"\"" + text + "\" has an odd number of hexadecimal digits"};
   std::string out;
   for (size_t i = 0; i < digits.size(); i += 2) {
     out += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
@@ -229,7 +238,8 @@ std::string HexBytes(const std::string& text) {
   return out;
 }
 
-RegistryValue MakeValue(const std::string& type, const std::string& name, const std::string& value) {
+RegistryValue MakeValue(const std::string& type, const std::string& name,
+                        const std::string& value) {
   std::string t;
   for (const char c : type) t += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   if (t.starts_with("reg_")) t = t.substr(4);
@@ -302,7 +312,8 @@ int List(const std::string& path, std::ostream& out) {
 int Get(const std::string& path, const std::string& name, std::ostream& out, std::ostream& err) {
   auto store = OpenStore(path);
   RegistryValue value;
-  const RegStatus status = store->QueryValue(OpenKey(*store), FromConsole(name, "the name"), &value);
+  const RegStatus status =
+      store->QueryValue(OpenKey(*store), FromConsole(name, "the name"), &value);
   Check(status, *store);
   if (status == RegStatus::kNotFound) throw Failed{"no value " + name};
   out << DisplayValue(value) << '\n';
@@ -314,7 +325,8 @@ int Get(const std::string& path, const std::string& name, std::ostream& out, std
 }
 
 int Set(const std::string& path, const CommandLine& cl, std::ostream& err) {
-  const RegistryValue value = MakeValue(cl.type, FromConsole(cl.operands[0], "the name"), cl.operands[1]);
+  const RegistryValue value =
+      MakeValue(cl.type, FromConsole(cl.operands[0], "the name"), cl.operands[1]);
   auto store = OpenStore(path);
   const RegStatus status = store->SetValue(OpenKey(*store), value);
   Check(status, *store);
@@ -390,9 +402,11 @@ int Show(const std::string& path, std::ostream& out, std::ostream& err) {
     err << "ccaddin-reg: no registry database at " << path << "; every setting takes its default\n";
   } else if (status == RegStatus::kFailed) {
     err << "ccaddin-reg: " << error << "; every setting takes its default\n";
-  } else if (const RegStatus k = store->OpenKey(kHkeyLocalMachine, SubKey(), &key); k != RegStatus::kOk) {
+  } else if (const RegStatus k = store->OpenKey(kHkeyLocalMachine, SubKey(), &key);
+             k != RegStatus::kOk) {
     err << "ccaddin-reg: "
-        << (k == RegStatus::kNotFound ? "the key " + FullKeyName() + " does not exist" : store->error())
+        << (k == RegStatus::kNotFound ? "the key " + FullKeyName() + " does not exist"
+                                      : store->error())
         << "; every setting takes its default\n";
   }
   store.reset();

@@ -168,7 +168,8 @@ int Report(const CommandLine& cl, std::ostream& out) {
     // GenerateReport takes both data files as names in one folder.
     fuel = fuel_path.parent_path() == data.parent_path()
                ? fuel_path.filename().string()
-               : std::filesystem::absolute(fuel_path).lexically_normal()
+               : std::filesystem::absolute(fuel_path)
+                     .lexically_normal()
                      .lexically_relative(std::filesystem::absolute(folder).lexically_normal())
                      .string();
     if (fuel.empty()) fuel = fuel_path.string();
@@ -216,33 +217,63 @@ using Member = T QlTransaction::*;
 const std::map<std::string, Member<std::string>>& TextFields() {
   static const std::map<std::string, Member<std::string>> fields = {
 #define CCADDIN_FIELD(name) {#name, &QlTransaction::name}
-      CCADDIN_FIELD(strPan), CCADDIN_FIELD(strTrack), CCADDIN_FIELD(strExpiryDate),
-      CCADDIN_FIELD(strStartDate), CCADDIN_FIELD(strIssueNumber), CCADDIN_FIELD(strCv2),
-      CCADDIN_FIELD(strAddressDigits), CCADDIN_FIELD(strPostcode), CCADDIN_FIELD(strReferenceText),
-      CCADDIN_FIELD(strAmount), CCADDIN_FIELD(strCashbackAmount), CCADDIN_FIELD(strGratuityAmount),
-      CCADDIN_FIELD(strCurrencyCode), CCADDIN_FIELD(strReference), CCADDIN_FIELD(strRegNo),
-      CCADDIN_FIELD(strProductRestriction), CCADDIN_FIELD(strSupplierId), CCADDIN_FIELD(strAuthCode),
-      CCADDIN_FIELD(strResponseText), CCADDIN_FIELD(strCv2AvsResult), CCADDIN_FIELD(strAvailableSpend),
-      CCADDIN_FIELD(strToken), CCADDIN_FIELD(strBatchNo), CCADDIN_FIELD(strTransDate),
-      CCADDIN_FIELD(strTransTime), CCADDIN_FIELD(strTerminalId), CCADDIN_FIELD(strMerchantNo),
-      CCADDIN_FIELD(strSchemeName), CCADDIN_FIELD(strAid), CCADDIN_FIELD(strAppLabel),
-      CCADDIN_FIELD(strAppPreferredName), CCADDIN_FIELD(strCryptogram), CCADDIN_FIELD(strPanSeqNo),
-      CCADDIN_FIELD(strCurrencyText), CCADDIN_FIELD(strBaseCurrencyText), CCADDIN_FIELD(strBaseAmount),
-      CCADDIN_FIELD(strExchangeRate), CCADDIN_FIELD(strConversionStatement),
-      CCADDIN_FIELD(strReferralPhoneNo), CCADDIN_FIELD(strReferralMerchantId),
-      CCADDIN_FIELD(strReferralPan), CCADDIN_FIELD(strReferralExpiryDate),
-      CCADDIN_FIELD(strReferralStartDate), CCADDIN_FIELD(strReferralIssueNo),
+      CCADDIN_FIELD(strPan),
+      CCADDIN_FIELD(strTrack),
+      CCADDIN_FIELD(strExpiryDate),
+      CCADDIN_FIELD(strStartDate),
+      CCADDIN_FIELD(strIssueNumber),
+      CCADDIN_FIELD(strCv2),
+      CCADDIN_FIELD(strAddressDigits),
+      CCADDIN_FIELD(strPostcode),
+      CCADDIN_FIELD(strReferenceText),
+      CCADDIN_FIELD(strAmount),
+      CCADDIN_FIELD(strCashbackAmount),
+      CCADDIN_FIELD(strGratuityAmount),
+      CCADDIN_FIELD(strCurrencyCode),
+      CCADDIN_FIELD(strReference),
+      CCADDIN_FIELD(strRegNo),
+      CCADDIN_FIELD(strProductRestriction),
+      CCADDIN_FIELD(strSupplierId),
+      CCADDIN_FIELD(strAuthCode),
+      CCADDIN_FIELD(strResponseText),
+      CCADDIN_FIELD(strCv2AvsResult),
+      CCADDIN_FIELD(strAvailableSpend),
+      CCADDIN_FIELD(strToken),
+      CCADDIN_FIELD(strBatchNo),
+      CCADDIN_FIELD(strTransDate),
+      CCADDIN_FIELD(strTransTime),
+      CCADDIN_FIELD(strTerminalId),
+      CCADDIN_FIELD(strMerchantNo),
+      CCADDIN_FIELD(strSchemeName),
+      CCADDIN_FIELD(strAid),
+      CCADDIN_FIELD(strAppLabel),
+      CCADDIN_FIELD(strAppPreferredName),
+      CCADDIN_FIELD(strCryptogram),
+      CCADDIN_FIELD(strPanSeqNo),
+      CCADDIN_FIELD(strCurrencyText),
+      CCADDIN_FIELD(strBaseCurrencyText),
+      CCADDIN_FIELD(strBaseAmount),
+      CCADDIN_FIELD(strExchangeRate),
+      CCADDIN_FIELD(strConversionStatement),
+      CCADDIN_FIELD(strReferralPhoneNo),
+      CCADDIN_FIELD(strReferralMerchantId),
+      CCADDIN_FIELD(strReferralPan),
+      CCADDIN_FIELD(strReferralExpiryDate),
+      CCADDIN_FIELD(strReferralStartDate),
+      CCADDIN_FIELD(strReferralIssueNo),
   };
   return fields;
 }
 
 const std::map<std::string, Member<int32_t>>& NumberFields() {
   static const std::map<std::string, Member<int32_t>> fields = {
-      CCADDIN_FIELD(lEntryMethodCode), CCADDIN_FIELD(lMode), CCADDIN_FIELD(lCv2Present),
-      CCADDIN_FIELD(lTransactionTypeCode), CCADDIN_FIELD(lCurrencyExponent),
-      CCADDIN_FIELD(lCustomerPresence), CCADDIN_FIELD(lMileage), CCADDIN_FIELD(lStatus),
-      CCADDIN_FIELD(lTransRefNo), CCADDIN_FIELD(lProcessingState), CCADDIN_FIELD(lAuthSource),
-      CCADDIN_FIELD(lCvmCode), CCADDIN_FIELD(lCardType), CCADDIN_FIELD(lTransCurrencyExponent),
+      CCADDIN_FIELD(lEntryMethodCode),  CCADDIN_FIELD(lMode),
+      CCADDIN_FIELD(lCv2Present),       CCADDIN_FIELD(lTransactionTypeCode),
+      CCADDIN_FIELD(lCurrencyExponent), CCADDIN_FIELD(lCustomerPresence),
+      CCADDIN_FIELD(lMileage),          CCADDIN_FIELD(lStatus),
+      CCADDIN_FIELD(lTransRefNo),       CCADDIN_FIELD(lProcessingState),
+      CCADDIN_FIELD(lAuthSource),       CCADDIN_FIELD(lCvmCode),
+      CCADDIN_FIELD(lCardType),         CCADDIN_FIELD(lTransCurrencyExponent),
       CCADDIN_FIELD(lConversionState),
   };
   return fields;
@@ -250,10 +281,11 @@ const std::map<std::string, Member<int32_t>>& NumberFields() {
 
 const std::map<std::string, Member<bool>>& SwitchFields() {
   static const std::map<std::string, Member<bool>> fields = {
-      CCADDIN_FIELD(bCancelled), CCADDIN_FIELD(bMerchPrintExpiry), CCADDIN_FIELD(bMerchPrintStartDate),
-      CCADDIN_FIELD(bMerchPrintIssueNo), CCADDIN_FIELD(bCustPrintExpiry),
-      CCADDIN_FIELD(bCustPrintStartDate), CCADDIN_FIELD(bCustPrintIssueNo),
-      CCADDIN_FIELD(bMerchPrintCvm), CCADDIN_FIELD(bCustPrintCvm), CCADDIN_FIELD(bMerchPrintAuthSource),
+      CCADDIN_FIELD(bCancelled),           CCADDIN_FIELD(bMerchPrintExpiry),
+      CCADDIN_FIELD(bMerchPrintStartDate), CCADDIN_FIELD(bMerchPrintIssueNo),
+      CCADDIN_FIELD(bCustPrintExpiry),     CCADDIN_FIELD(bCustPrintStartDate),
+      CCADDIN_FIELD(bCustPrintIssueNo),    CCADDIN_FIELD(bMerchPrintCvm),
+      CCADDIN_FIELD(bCustPrintCvm),        CCADDIN_FIELD(bMerchPrintAuthSource),
       CCADDIN_FIELD(bCustPrintAuthSource),
 #undef CCADDIN_FIELD
   };
@@ -261,7 +293,8 @@ const std::map<std::string, Member<bool>>& SwitchFields() {
 }
 
 int32_t NumberMember(const nlohmann::json& value, const std::string& name) {
-  if (!value.is_number_integer() || value.get<int64_t>() < INT32_MIN || value.get<int64_t>() > INT32_MAX) {
+  if (!value.is_number_integer() || value.get<int64_t>() < INT32_MIN ||
+      value.get<int64_t>() > INT32_MAX) {
     throw std::runtime_error(name + " must be a whole number of 32 bits");
   }
   return static_cast<int32_t>(value.get<int64_t>());
@@ -338,11 +371,16 @@ void ReadFuel(const nlohmann::json& object, CreditCardCommon& shared) {
         std::string code, amount, litres;
         int32_t quantity = 0;
         for (const auto& [field, v] : p.items()) {
-          if (field == "strProductCode") code = TextMember(v, field);
-          else if (field == "strAmount") amount = TextMember(v, field);
-          else if (field == "strLitres") litres = TextMember(v, field);
-          else if (field == "lQuantity") quantity = NumberMember(v, field);
-          else throw std::runtime_error("unknown product member \"" + field + "\"");
+          if (field == "strProductCode")
+            code = TextMember(v, field);
+          else if (field == "strAmount")
+            amount = TextMember(v, field);
+          else if (field == "strLitres")
+            litres = TextMember(v, field);
+          else if (field == "lQuantity")
+            quantity = NumberMember(v, field);
+          else
+            throw std::runtime_error("unknown product member \"" + field + "\"");
         }
         products->AddProductInfo(code, amount, litres, quantity);
       }
@@ -382,7 +420,8 @@ ReceiptRequest ReadReceiptRequest(const std::string& json_text, CreditCardCommon
     } else if (name == "fuel") {
       ReadFuel(value, shared);
     } else {
-      throw std::runtime_error("unknown member \"" + name + "\" (expected transaction, till, "
+      throw std::runtime_error("unknown member \"" + name +
+                               "\" (expected transaction, till, "
                                "session, fuel)");
     }
   }
@@ -411,7 +450,8 @@ int Receipt(const CommandLine& cl, std::ostream& out) {
   std::string time = now.Hhmmss().substr(0, 4);
   if (cl.Has("--time")) {
     const int hhmm = ParseNumber(cl.Get("--time"), 4, "--time");
-    if (hhmm / 100 > 23 || hhmm % 100 > 59) throw UsageError{"--time " + cl.Get("--time") + " is not a time"};
+    if (hhmm / 100 > 23 || hhmm % 100 > 59)
+      throw UsageError{"--time " + cl.Get("--time") + " is not a time"};
     time = cl.Get("--time");
   }
   const int32_t exponent = CurrencyExponent(cl);
@@ -431,8 +471,8 @@ int Receipt(const CommandLine& cl, std::ostream& out) {
     receipt.dtDate = date;
     receipt.strTime = time;
     receipt.lCurrencyExponent = exponent;
-    if (receipt.WriteReceiptFile(request.trans, request.till, "", merchant, cl.Has("--duplicate"), "",
-                                 true) != 0) {
+    if (receipt.WriteReceiptFile(request.trans, request.till, "", merchant, cl.Has("--duplicate"),
+                                 "", true) != 0) {
       throw Failed{Windows1252ToUtf8(receipt.strErrorMessage())};
     }
     if (!text.empty()) text += std::string(TReceipt::kWidth, '=') + "\r\n";

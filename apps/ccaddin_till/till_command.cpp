@@ -32,7 +32,8 @@ constexpr const char* kUsage =
     "       visa-contactless, mc-fallback ...; see the README's test cards).\n"
     "setup  makes the demo site only; --print-env prints the export line for other tills.\n"
     "\n"
-    "Settings come from $CCADDIN_REGISTRY, else " "/var/lib/ccaddin/registry.db; when neither\n"
+    "Settings come from $CCADDIN_REGISTRY, else "
+    "/var/lib/ccaddin/registry.db; when neither\n"
     "exists (or --dir is given) a demo site is made in FOLDER (default ./ccaddin-demo).\n";
 
 struct Options {
@@ -160,9 +161,10 @@ int RunSale(const Options& o, std::ostream& out, std::ostream& err) {
     if (!parsed) throw UsageError("--cashback must be like 5.00");
     cashback = *parsed;
   }
-  static const std::map<std::string, int32_t> kTypes = {
-      {"sale", TAM_TT_SALE}, {"refund", TAM_TT_REFUND},
-      {"preauth", TAM_TT_PREAUTH}, {"finalauth", TAM_TT_FINALAUTH}};
+  static const std::map<std::string, int32_t> kTypes = {{"sale", TAM_TT_SALE},
+                                                        {"refund", TAM_TT_REFUND},
+                                                        {"preauth", TAM_TT_PREAUTH},
+                                                        {"finalauth", TAM_TT_FINALAUTH}};
   const auto type = kTypes.find(o.type);
   if (type == kTypes.end()) throw UsageError("--type must be sale, refund, preauth or finalauth");
   if (cashback > 0 && type->second != TAM_TT_SALE) throw UsageError("cashback needs a sale");
@@ -215,16 +217,16 @@ int RunSale(const Options& o, std::ostream& out, std::ostream& err) {
   const bool approved = info.lResponseCode == TRANSINFO_RC_AUTHORISED;
   // Only an authorised transaction is committed; anything else is recorded as declined,
   // since this command takes no voice authorisation for a referral.
-  if (!hook.ConfirmTransaction(approved ? CONFIRMTYPE_AUTHORISED : CONFIRMTYPE_DECLINED,
-                               reference, "", till, info)) {
+  if (!hook.ConfirmTransaction(approved ? CONFIRMTYPE_AUTHORISED : CONFIRMTYPE_DECLINED, reference,
+                               "", till, info)) {
     return fail(hook.strErrorMessage());
   }
   hook.EndTransaction();
 
   const char* outcome = approved ? "AUTHORISED"
-                         : info.lResponseCode == TRANSINFO_RC_REFERRED
-                             ? "REFERRED (no voice authorisation taken: declined)"
-                             : "DECLINED";
+                        : info.lResponseCode == TRANSINFO_RC_REFERRED
+                            ? "REFERRED (no voice authorisation taken: declined)"
+                            : "DECLINED";
   out << "Outcome: " << outcome << "\n";
   out << "Transaction reference: " << reference << "\n";
   PrintRecord(info, out);
@@ -295,8 +297,8 @@ int RunTillCommand(const std::vector<std::string>& args, std::ostream& out, std:
     if (o.command == "setup") {
       // With --print-env the output is for a shell's eval: the export line only.
       std::ostringstream quiet;
-      const std::string db = PrepareDemoSite(o.dir.empty() ? kDefaultDemoFolder : o.dir,
-                                             o.print_env ? quiet : out);
+      const std::string db =
+          PrepareDemoSite(o.dir.empty() ? kDefaultDemoFolder : o.dir, o.print_env ? quiet : out);
       if (o.print_env) out << "export CCADDIN_REGISTRY='" << db << "'\n";
       return kTillExitOk;
     }

@@ -52,14 +52,20 @@ constexpr int32_t kLayerEnquiryNeeded = 9;
 // The device's transaction type codes for the card enquiry (no cashback at that point).
 int32_t EnquiryTypeCode(int32_t lTransactionType) {
   switch (lTransactionType) {
-    case TAM_TT_REFUND: return 6;
-    case TAM_TT_PREAUTH: return 4;
-    case TAM_TT_FINALAUTH: return 5;
-    default: return 1;
+    case TAM_TT_REFUND:
+      return 6;
+    case TAM_TT_PREAUTH:
+      return 4;
+    case TAM_TT_FINALAUTH:
+      return 5;
+    default:
+      return 1;
   }
 }
 
-QlRequestSettings RequestSettings() { return MakeQlRequestSettings(Shared()); }
+QlRequestSettings RequestSettings() {
+  return MakeQlRequestSettings(Shared());
+}
 
 // A reference names a file directly inside the receipt folder: anything that could climb
 // out of it or name a folder is refused before the disk is touched.
@@ -104,45 +110,47 @@ std::string TNonGuiTransactionHook2::ReceiptFolder() {
 int32_t TNonGuiTransactionHook2::StartTransaction() {
   return Trap(strErrorMessage_, "TNonGuiTransactionHook2.StartTransaction() Failed - ", int32_t{1},
               [&]() -> int32_t {
-    abort_ = false;
-    enquiry_for_retry_ = false;
-    // A second start replaces the first session rather than leaking its connection.
-    if (session_ != nullptr) EndTransaction();
+                abort_ = false;
+                enquiry_for_retry_ = false;
+                // A second start replaces the first session rather than leaking its connection.
+                if (session_ != nullptr) EndTransaction();
 
-    CreditCardCommon& config = Shared();
-    (void)config.LoadConfiguration();
-    journal_ = std::make_unique<TAddinLog>();
-    journal_->StartLog(config.strConfigFileLocation, false);
+                CreditCardCommon& config = Shared();
+                (void)config.LoadConfiguration();
+                journal_ = std::make_unique<TAddinLog>();
+                journal_->StartLog(config.strConfigFileLocation, false);
 
-    session_ = CurrentQlFactory().CreateSession();
-    parameters_ = CurrentQlFactory().CreateParameters();
-    transaction_.reset();
-    parameters_->SetConfigFile(config.strConfigFileLocation, config.strConfigFileName);
-    parameters_->bOptionFlag = false;
+                session_ = CurrentQlFactory().CreateSession();
+                parameters_ = CurrentQlFactory().CreateParameters();
+                transaction_.reset();
+                parameters_->SetConfigFile(config.strConfigFileLocation, config.strConfigFileName);
+                parameters_->bOptionFlag = false;
 
-    FileSystem files;
-    const std::string folder = ReceiptFolder();
-    if (!folder.empty() && !files.FolderExists(folder)) (void)files.CreateFolder(folder);
+                FileSystem files;
+                const std::string folder = ReceiptFolder();
+                if (!folder.empty() && !files.FolderExists(folder))
+                  (void)files.CreateFolder(folder);
 
-    TProcessQlRequest request(RequestSettings());
-    int32_t result = 0;
-    request.Connect(*session_, *parameters_, config.strConfigFileLocation,
-                    config.strConfigFileName, result);
-    if (result != 0) {
-      strErrorMessage_ = kServerConnectionFailed;
-      return 1;
-    }
-    auto login = CurrentQlFactory().CreateLogin();
-    request.ProcessLogin(*login, config.strQuaylinkMerchantId, config.strQuaylinkClientId,
-                         config.strQuaylinkPassword, result);
-    if (result != 0) {
-      strErrorMessage_ = kLoginFailed;
-      int32_t ignored = 0;
-      request.Disconnect(*session_, ignored);
-      return 1;
-    }
-    return 0;
-  });
+                TProcessQlRequest request(RequestSettings());
+                int32_t result = 0;
+                request.Connect(*session_, *parameters_, config.strConfigFileLocation,
+                                config.strConfigFileName, result);
+                if (result != 0) {
+                  strErrorMessage_ = kServerConnectionFailed;
+                  return 1;
+                }
+                auto login = CurrentQlFactory().CreateLogin();
+                request.ProcessLogin(*login, config.strQuaylinkMerchantId,
+                                     config.strQuaylinkClientId, config.strQuaylinkPassword,
+                                     result);
+                if (result != 0) {
+                  strErrorMessage_ = kLoginFailed;
+                  int32_t ignored = 0;
+                  request.Disconnect(*session_, ignored);
+                  return 1;
+                }
+                return 0;
+              });
 }
 
 void TNonGuiTransactionHook2::EndTransaction() {
@@ -170,8 +178,8 @@ int32_t TNonGuiTransactionHook2::CardEnquiry(int32_t lTransactionType, int32_t l
   abort_ = false;
   TrapVoid(strErrorMessage_, "TNonGuiTransactionHook2.CardEnquiry() Failed - ", [&] {
     if (session_ == nullptr) throw Failure(kNotStarted);
-    journal_->LogStartTransaction(lTransactionType == TAM_TT_SALE, lTransactionAmount, 0, 0,
-                                  false, 0, true);
+    journal_->LogStartTransaction(lTransactionType == TAM_TT_SALE, lTransactionAmount, 0, 0, false,
+                                  0, true);
     const CreditCardCommon& config = Shared();
     TProcessQlRequest request(RequestSettings());
     int32_t lCardDataEntry = 1;
@@ -186,12 +194,11 @@ int32_t TNonGuiTransactionHook2::CardEnquiry(int32_t lTransactionType, int32_t l
       }
       auto start = CurrentQlFactory().CreateTransactionStart();
       int32_t started = 0;
-      request.ProcessStartTransaction(
-          *start, config.strbaseCurrency, lTransactionAmount, 0, 0,
-          EnquiryTypeCode(lTransactionType), oTillInfo.strMerchantName, address,
-          config.strPedLanguageCode, config.strChipDeviceName,
-          enquiry_for_retry_ ? false : config.bE2EEEnabled, config.bExternalSwipe, true,
-          !enquiry_for_retry_, started);
+      request.ProcessStartTransaction(*start, config.strbaseCurrency, lTransactionAmount, 0, 0,
+                                      EnquiryTypeCode(lTransactionType), oTillInfo.strMerchantName,
+                                      address, config.strPedLanguageCode, config.strChipDeviceName,
+                                      enquiry_for_retry_ ? false : config.bE2EEEnabled,
+                                      config.bExternalSwipe, true, !enquiry_for_retry_, started);
       if (started != 0) {
         strErrorMessage_ = kAuthorisationFailed;
         return;
@@ -298,16 +305,24 @@ int32_t TNonGuiTransactionHook2::AuthoriseTransaction(int32_t lTransactionType,
     trans.strCashbackAmount = std::to_string(lCashbackAmount);
     trans.lMode = 1;
     trans.strReference = oTillInfo.strStoreNumber + ":" + oTillInfo.strTillNumber + ":" +
-                         oTillInfo.strReceiptNumber + ":v" +
-                         std::to_string(CCADDIN_VERSION_MAJOR) + "." +
-                         std::to_string(CCADDIN_VERSION_MINOR) + "." +
+                         oTillInfo.strReceiptNumber + ":v" + std::to_string(CCADDIN_VERSION_MAJOR) +
+                         "." + std::to_string(CCADDIN_VERSION_MINOR) + "." +
                          std::to_string(CCADDIN_VERSION_REVISION) + ":SELFSERVICE";
     switch (lTransactionType) {
-      case TAM_TT_SALE: trans.lTransactionTypeCode = lCashbackAmount >= 1 ? 2 : 1; break;
-      case TAM_TT_REFUND: trans.lTransactionTypeCode = 6; break;
-      case TAM_TT_PREAUTH: trans.lTransactionTypeCode = 4; break;
-      case TAM_TT_FINALAUTH: trans.lTransactionTypeCode = 5; break;
-      default: break;
+      case TAM_TT_SALE:
+        trans.lTransactionTypeCode = lCashbackAmount >= 1 ? 2 : 1;
+        break;
+      case TAM_TT_REFUND:
+        trans.lTransactionTypeCode = 6;
+        break;
+      case TAM_TT_PREAUTH:
+        trans.lTransactionTypeCode = 4;
+        break;
+      case TAM_TT_FINALAUTH:
+        trans.lTransactionTypeCode = 5;
+        break;
+      default:
+        break;
     }
 
     TProcessQlRequest request(RequestSettings());

@@ -10,7 +10,9 @@ namespace {
 bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;
   for (size_t i = 0; i < a.size(); ++i) {
-    const auto lower = [](char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; };
+    const auto lower = [](char c) {
+      return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
+    };
     if (lower(a[i]) != lower(b[i])) return false;
   }
   return true;
@@ -70,7 +72,8 @@ std::string CreditCardCommon::ExtractTrack2(const std::string& strInput) {
     if (start.empty() || end.empty()) return track;
     // Standard readers put the sentinels once, so the first of each frames track 2; other
     // readers send track 1 or 3 around it, so the last of each does.
-    const bool standard = EqualsIgnoreCase(strTrackStartId, "3B") && EqualsIgnoreCase(strTrackEndId, "3F");
+    const bool standard =
+        EqualsIgnoreCase(strTrackStartId, "3B") && EqualsIgnoreCase(strTrackEndId, "3F");
     const size_t start_at = standard ? strInput.find(start) : strInput.rfind(start);
     const size_t end_at = standard ? strInput.find(end) : strInput.rfind(end);
     if (start_at == std::string::npos || end_at == std::string::npos) return track;

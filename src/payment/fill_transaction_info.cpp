@@ -83,7 +83,8 @@ void FillCardFields(const QlTransaction& t, TTransactionInfo& info) {
     info.strPanLast4Digits = t.strPan.substr(t.strPan.size() - 4);
   }
   info.strSchemeName = t.strSchemeName;
-  info.strEmvAppicationLabel = t.strAppPreferredName.empty() ? t.strAppLabel : t.strAppPreferredName;
+  info.strEmvAppicationLabel =
+      t.strAppPreferredName.empty() ? t.strAppLabel : t.strAppPreferredName;
   info.strEmvAppicationId = t.strAid;
   info.strMerchantNo = t.strMerchantNo;
   info.strTerminalId = t.strTerminalId;

@@ -55,8 +55,8 @@ bool CreditCardCommon::ShouldPrintReceipt(int32_t lReceiptKind, const QlTransact
       strQuestionNoCaption = "No";
       bQuestionAnswer = false;
       if (QuestionService* service = CurrentQuestionService()) {
-        bQuestionAnswer =
-            service->Ask(strQuestionTitle, strQuestion, strQuestionYesCaption, strQuestionNoCaption);
+        bQuestionAnswer = service->Ask(strQuestionTitle, strQuestion, strQuestionYesCaption,
+                                       strQuestionNoCaption);
       }
       print = bQuestionAnswer;
     }

@@ -15,7 +15,9 @@ std::string Prefix(const char* operation) {
   return std::string("TProcessQlRequest.") + operation + "() Failed - ";
 }
 
-bool IsBlank(const std::string& text) { return text.find_first_not_of(" \t") == std::string::npos; }
+bool IsBlank(const std::string& text) {
+  return text.find_first_not_of(" \t") == std::string::npos;
+}
 
 }  // namespace
 
@@ -34,7 +36,8 @@ int32_t TProcessQlRequest::LostConnectionTest(const QlRequestError& request, boo
   }
 }
 
-void TProcessQlRequest::Connect(QlSession& oSession, QlParameters& oParms, const std::string& strConfigFileLoc,
+void TProcessQlRequest::Connect(QlSession& oSession, QlParameters& oParms,
+                                const std::string& strConfigFileLoc,
                                 const std::string& strConfigFileName, int32_t& lResult) {
   lResult = Trap(strErrorMessage_, Prefix("Connect"), kUnexpected, [&] {
     oParms.SetConfigFile(strConfigFileLoc, strConfigFileName);
@@ -91,8 +94,9 @@ void TProcessQlRequest::ProcessLogout(QlLogin& oLogin, int32_t& lResult) {
   });
 }
 
-void TProcessQlRequest::ProcessCardEnquiry(QlCardEnquiry& oEnq, int32_t lMode, const std::string& strPan,
-                                           const std::string& strTrack, int32_t lDataEntry, int32_t& lResult) {
+void TProcessQlRequest::ProcessCardEnquiry(QlCardEnquiry& oEnq, int32_t lMode,
+                                           const std::string& strPan, const std::string& strTrack,
+                                           int32_t lDataEntry, int32_t& lResult) {
   // The misspelt operation name is the text tills and support staff already know.
   lResult = Trap(strErrorMessage_, Prefix("ProcessCardEqnuiry"), kUnexpected, [&] {
     // A card the till read itself: the terminal must stop waiting for one of its own.
@@ -101,24 +105,29 @@ void TProcessQlRequest::ProcessCardEnquiry(QlCardEnquiry& oEnq, int32_t lMode, c
       (void)reader->Reset();
     }
     switch (oEnq.Enquire(lMode, strPan, strTrack, lDataEntry, 1)) {
-      case 1: return LostConnectionTest(oEnq, false);
-      case 2: return 6;
-      case 4: return 7;
-      default: return kDone;
+      case 1:
+        return LostConnectionTest(oEnq, false);
+      case 2:
+        return 6;
+      case 4:
+        return 7;
+      default:
+        return kDone;
     }
   });
 }
 
 void TProcessQlRequest::ProcessStartTransaction(
-    QlTransactionStart& oStart, const std::string& strCurrencyCode, int32_t lAmount, int32_t lCashbackAmount,
-    int32_t lGratuityAmount, int32_t lTransactionTypeCode, const std::string& strMerchantName,
-    const std::string& strMerchantAddress, const std::string& strPedLanguageCode, const std::string& /*strDeviceType*/,
-    bool bKeyedEntry, bool bSwipeEntry, bool bChipEntry, bool bTapEntry, int32_t& lResult) {
+    QlTransactionStart& oStart, const std::string& strCurrencyCode, int32_t lAmount,
+    int32_t lCashbackAmount, int32_t lGratuityAmount, int32_t lTransactionTypeCode,
+    const std::string& strMerchantName, const std::string& strMerchantAddress,
+    const std::string& strPedLanguageCode, const std::string& /*strDeviceType*/, bool bKeyedEntry,
+    bool bSwipeEntry, bool bChipEntry, bool bTapEntry, int32_t& lResult) {
   lResult = Trap(strErrorMessage_, Prefix("ProcessStartTransaction"), kUnexpected, [&] {
     const std::string& address = IsBlank(strMerchantAddress) ? strMerchantName : strMerchantAddress;
-    if (oStart.Start(strCurrencyCode, lAmount, lCashbackAmount, lGratuityAmount, lTransactionTypeCode,
-                     strMerchantName, address, strPedLanguageCode, bKeyedEntry, bSwipeEntry, bChipEntry,
-                     bTapEntry) != 0) {
+    if (oStart.Start(strCurrencyCode, lAmount, lCashbackAmount, lGratuityAmount,
+                     lTransactionTypeCode, strMerchantName, address, strPedLanguageCode,
+                     bKeyedEntry, bSwipeEntry, bChipEntry, bTapEntry) != 0) {
       return LostConnectionTest(oStart, false);
     }
     return kDone;
@@ -126,26 +135,30 @@ void TProcessQlRequest::ProcessStartTransaction(
 }
 
 void TProcessQlRequest::ProcessDccEnquiry(QlDccEnquiry& oDcc, int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessDccEnquiry"), kUnexpected, [&] {
-    return oDcc.Enquire() != 0 ? LostConnectionTest(oDcc, false) : kDone;
-  });
+  lResult = Trap(strErrorMessage_, Prefix("ProcessDccEnquiry"), kUnexpected,
+                 [&] { return oDcc.Enquire() != 0 ? LostConnectionTest(oDcc, false) : kDone; });
 }
 
-void TProcessQlRequest::ProcessTransaction(QlTransactionProcessor& oProcessor, QlTransaction& oTrans,
-                                           int32_t& lResult) {
+void TProcessQlRequest::ProcessTransaction(QlTransactionProcessor& oProcessor,
+                                           QlTransaction& oTrans, int32_t& lResult) {
   lResult = Trap(strErrorMessage_, Prefix("ProcessTransaction"), kUnexpected, [&] {
     switch (oProcessor.Process(oTrans)) {
-      case 1: return LostConnectionTest(oProcessor, true);
-      case 2: return 6;
+      case 1:
+        return LostConnectionTest(oProcessor, true);
+      case 2:
+        return 6;
       case 3: {
         if (!settings_.bAutoDeclinePinBypass) return 8;
         int32_t refused = kUnexpected;
         ProcessPinBypass(oProcessor, oTrans, false, refused);
         return refused;
       }
-      case 4: return 7;
-      case 5: return 9;
-      default: break;
+      case 4:
+        return 7;
+      case 5:
+        return 9;
+      default:
+        break;
     }
     // Terminals that authorise on their own (operating modes 3, and 4 when the server
     // processed offline) leave the receipt data with the server.
@@ -164,20 +177,25 @@ void TProcessQlRequest::ProcessPinBypass(QlTransactionProcessor& oProcessor, QlT
                                          bool bAcceptPinByPass, int32_t& lResult) {
   lResult = Trap(strErrorMessage_, Prefix("ProcessPinBypass"), kUnexpected, [&] {
     switch (oProcessor.AnswerPinBypass(bAcceptPinByPass ? 0 : 1, oTrans)) {
-      case 0: return kDone;
-      case 1: return LostConnectionTest(oProcessor, true);
-      default: return kUnexpected;
+      case 0:
+        return kDone;
+      case 1:
+        return LostConnectionTest(oProcessor, true);
+      default:
+        return kUnexpected;
     }
   });
 }
 
-void TProcessQlRequest::ProcessConfirm(QlConfirm& oConfirm, QlTransaction& oTrans, const std::string& strClientId,
-                                       int32_t lTransRefNo, const std::string& strAuthCode, int32_t lConfirmCode,
+void TProcessQlRequest::ProcessConfirm(QlConfirm& oConfirm, QlTransaction& oTrans,
+                                       const std::string& strClientId, int32_t lTransRefNo,
+                                       const std::string& strAuthCode, int32_t lConfirmCode,
                                        int32_t& lResult) {
   lResult = Trap(strErrorMessage_, Prefix("ProcessConfirm"), kUnexpected, [&] {
     QlTransaction answer;
     const int32_t fuel = oTrans.lCardType == 1 ? 1 : 0;
-    const int32_t result = oConfirm.Confirm(strClientId, lTransRefNo, lConfirmCode, strAuthCode, true, answer, fuel);
+    const int32_t result =
+        oConfirm.Confirm(strClientId, lTransRefNo, lConfirmCode, strAuthCode, true, answer, fuel);
     // Mode 0 tills settle with the server later; only integrated terminals must know now.
     if (result != 0 && settings_.lOperatingMode != 0) {
       strErrorMessage_ = oConfirm.strErrorText;
@@ -187,8 +205,10 @@ void TProcessQlRequest::ProcessConfirm(QlConfirm& oConfirm, QlTransaction& oTran
   });
 }
 
-void TProcessQlRequest::ProcessFuelBalanceEnquiry(QlFuelBalance& oBalance, const std::string& strCardDetails,
-                                                  const std::string& strCardDetails2, int32_t& lResult) {
+void TProcessQlRequest::ProcessFuelBalanceEnquiry(QlFuelBalance& oBalance,
+                                                  const std::string& strCardDetails,
+                                                  const std::string& strCardDetails2,
+                                                  int32_t& lResult) {
   lResult = Trap(strErrorMessage_, Prefix("ProcessFuelBalanceEnquiry"), kUnexpected, [&] {
     if (oBalance.Enquire(strCardDetails, strCardDetails2) != 0) {
       strErrorMessage_ = oBalance.strErrorText;
@@ -199,9 +219,12 @@ void TProcessQlRequest::ProcessFuelBalanceEnquiry(QlFuelBalance& oBalance, const
 }
 
 void TProcessQlRequest::ProcessReceiptInfo(QlReceiptInfo& oReceipt, QlTransaction& oTrans,
-                                           const std::string& strReceiptKey, int32_t lTransRefNo, int32_t& lResult) {
+                                           const std::string& strReceiptKey, int32_t lTransRefNo,
+                                           int32_t& lResult) {
   lResult = Trap(strErrorMessage_, Prefix("ProcessReceiptInfo"), kUnexpected, [&] {
-    return oReceipt.Request(strReceiptKey, lTransRefNo, oTrans) == 1 ? LostConnectionTest(oReceipt, false) : kDone;
+    return oReceipt.Request(strReceiptKey, lTransRefNo, oTrans) == 1
+               ? LostConnectionTest(oReceipt, false)
+               : kDone;
   });
 }
 
@@ -212,17 +235,21 @@ void TProcessQlRequest::ProcessCloseBatchRequest(QlCloseBatch& oBatch, int32_t& 
   });
 }
 
-void TProcessQlRequest::ProcessReportRequest(QlReport& oReport, const std::string& strReportLocation,
+void TProcessQlRequest::ProcessReportRequest(QlReport& oReport,
+                                             const std::string& strReportLocation,
                                              const std::string& strReportOption, int32_t& lResult) {
   lResult = Trap(strErrorMessage_, Prefix("ProcessReportRequest"), kUnexpected, [&] {
-    return oReport.Request(true, strReportLocation, strReportOption) == 1 ? LostConnectionTest(oReport, false)
-                                                                           : kDone;
+    return oReport.Request(true, strReportLocation, strReportOption) == 1
+               ? LostConnectionTest(oReport, false)
+               : kDone;
   });
 }
 
-void TProcessQlRequest::ProcessFuelProductEnquiry(QlFuelProductEnquiry& oEnquiry, const std::string& strProductInfo,
+void TProcessQlRequest::ProcessFuelProductEnquiry(QlFuelProductEnquiry& oEnquiry,
+                                                  const std::string& strProductInfo,
                                                   const std::string& strCardInfo, int32_t lMode,
-                                                  const std::string& strExtraInfo, int32_t& lResult) {
+                                                  const std::string& strExtraInfo,
+                                                  int32_t& lResult) {
   lResult = Trap(strErrorMessage_, Prefix("ProcessFuelProductEnquiry"), kUnexpected, [&] {
     if (lMode == 0) {
       oEnquiry.strProductInfo = strProductInfo;

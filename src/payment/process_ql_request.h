@@ -30,35 +30,38 @@ class TProcessQlRequest {
   void Connect(QlSession& oSession, QlParameters& oParms, const std::string& strConfigFileLoc,
                const std::string& strConfigFileName, int32_t& lResult);
   void Disconnect(QlSession& oSession, int32_t& lResult);
-  void ProcessLogin(QlLogin& oLogin, const std::string& strMerchantId, const std::string& strClientId,
-                    const std::string& strPassword, int32_t& lResult);
+  void ProcessLogin(QlLogin& oLogin, const std::string& strMerchantId,
+                    const std::string& strClientId, const std::string& strPassword,
+                    int32_t& lResult);
   void ProcessLogout(QlLogin& oLogin, int32_t& lResult);
   void ProcessCardEnquiry(QlCardEnquiry& oEnq, int32_t lMode, const std::string& strPan,
                           const std::string& strTrack, int32_t lDataEntry, int32_t& lResult);
   void ProcessStartTransaction(QlTransactionStart& oStart, const std::string& strCurrencyCode,
                                int32_t lAmount, int32_t lCashbackAmount, int32_t lGratuityAmount,
                                int32_t lTransactionTypeCode, const std::string& strMerchantName,
-                               const std::string& strMerchantAddress, const std::string& strPedLanguageCode,
+                               const std::string& strMerchantAddress,
+                               const std::string& strPedLanguageCode,
                                const std::string& strDeviceType, bool bKeyedEntry, bool bSwipeEntry,
                                bool bChipEntry, bool bTapEntry, int32_t& lResult);
   void ProcessDccEnquiry(QlDccEnquiry& oDcc, int32_t& lResult);
-  void ProcessTransaction(QlTransactionProcessor& oProcessor, QlTransaction& oTrans, int32_t& lResult);
-  void ProcessPinBypass(QlTransactionProcessor& oProcessor, QlTransaction& oTrans, bool bAcceptPinByPass,
-                        int32_t& lResult);
+  void ProcessTransaction(QlTransactionProcessor& oProcessor, QlTransaction& oTrans,
+                          int32_t& lResult);
+  void ProcessPinBypass(QlTransactionProcessor& oProcessor, QlTransaction& oTrans,
+                        bool bAcceptPinByPass, int32_t& lResult);
   // lConfirmCode 0 authorised, 1 declined, 2 cancelled.
   void ProcessConfirm(QlConfirm& oConfirm, QlTransaction& oTrans, const std::string& strClientId,
                       int32_t lTransRefNo, const std::string& strAuthCode, int32_t lConfirmCode,
                       int32_t& lResult);
   void ProcessFuelBalanceEnquiry(QlFuelBalance& oBalance, const std::string& strCardDetails,
                                  const std::string& strCardDetails2, int32_t& lResult);
-  void ProcessReceiptInfo(QlReceiptInfo& oReceipt, QlTransaction& oTrans, const std::string& strReceiptKey,
-                          int32_t lTransRefNo, int32_t& lResult);
+  void ProcessReceiptInfo(QlReceiptInfo& oReceipt, QlTransaction& oTrans,
+                          const std::string& strReceiptKey, int32_t lTransRefNo, int32_t& lResult);
   void ProcessCloseBatchRequest(QlCloseBatch& oBatch, int32_t& lResult);
   void ProcessReportRequest(QlReport& oReport, const std::string& strReportLocation,
                             const std::string& strReportOption, int32_t& lResult);
   void ProcessFuelProductEnquiry(QlFuelProductEnquiry& oEnquiry, const std::string& strProductInfo,
-                                 const std::string& strCardInfo, int32_t lMode, const std::string& strExtraInfo,
-                                 int32_t& lResult);
+                                 const std::string& strCardInfo, int32_t lMode,
+                                 const std::string& strExtraInfo, int32_t& lResult);
 
   [[nodiscard]] const std::string& strErrorMessage() const { return strErrorMessage_; }
   [[nodiscard]] bool bConnectedOnline() const { return bConnectedOnline_; }

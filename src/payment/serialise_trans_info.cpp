@@ -28,7 +28,9 @@ using Layout = std::array<Slot, TSerialiseTransInfo::kFieldCount>;
 Layout MakeLayout() {
   using T = QlTransaction;
   Layout layout{};
-  const auto field = [&](int index, Member member) { layout[index] = {SlotKind::kField, member, 0}; };
+  const auto field = [&](int index, Member member) {
+    layout[index] = {SlotKind::kField, member, 0};
+  };
   field(0, &T::lEntryMethodCode);
   field(1, &T::lMode);
   layout[3] = {SlotKind::kMaskedPan, {}, 0};
@@ -52,11 +54,11 @@ Layout MakeLayout() {
   field(27, &T::strBatchNo);
   field(28, &T::strTransDate);
   field(29, &T::strTransTime);
-  const std::array<bool T::*, 10> switches{
-      &T::bMerchPrintExpiry, &T::bMerchPrintStartDate, &T::bMerchPrintIssueNo,
-      &T::bCustPrintExpiry,  &T::bCustPrintStartDate,  &T::bCustPrintIssueNo,
-      &T::bMerchPrintCvm,    &T::bCustPrintCvm,        &T::bMerchPrintAuthSource,
-      &T::bCustPrintAuthSource};
+  const std::array<bool T::*, 10> switches{&T::bMerchPrintExpiry,     &T::bMerchPrintStartDate,
+                                           &T::bMerchPrintIssueNo,    &T::bCustPrintExpiry,
+                                           &T::bCustPrintStartDate,   &T::bCustPrintIssueNo,
+                                           &T::bMerchPrintCvm,        &T::bCustPrintCvm,
+                                           &T::bMerchPrintAuthSource, &T::bCustPrintAuthSource};
   for (int i = 31; i <= 53; ++i) layout[i] = {SlotKind::kUnusedSwitch, {}, 0};
   for (size_t i = 0; i < switches.size(); ++i) field(31 + static_cast<int>(i), switches[i]);
   field(54, &T::strReference);
@@ -102,7 +104,8 @@ std::string Encode(const Slot& slot, const QlTransaction& trans) {
     case SlotKind::kField:
       break;
   }
-  if (const auto* text = std::get_if<std::string QlTransaction::*>(&slot.member)) return trans.**text;
+  if (const auto* text = std::get_if<std::string QlTransaction::*>(&slot.member))
+    return trans.**text;
   if (const auto* number = std::get_if<int32_t QlTransaction::*>(&slot.member)) {
     return std::to_string(trans.**number);
   }
@@ -124,9 +127,9 @@ void Decode(const Slot& slot, const std::string& value, QlTransaction& trans) {
       break;
   }
   if (const auto* text = std::get_if<std::string QlTransaction::*>(&slot.member)) {
-    trans.**text = value;
+    trans.** text = value;
   } else if (const auto* number = std::get_if<int32_t QlTransaction::*>(&slot.member)) {
-    trans.**number = TamberinString::StrToLong(value);
+    trans.** number = TamberinString::StrToLong(value);
   } else {
     trans.*std::get<bool QlTransaction::*>(slot.member) = value == "1";
   }
@@ -135,16 +138,18 @@ void Decode(const Slot& slot, const std::string& value, QlTransaction& trans) {
 }  // namespace
 
 std::string TSerialiseTransInfo::SerialiseObject(const QlTransaction& oTrans) {
-  return Trap(error_message_, "TSerialiseTransInfo.SerialiseObject() Failed - ", std::string(), [&] {
-    const Layout& layout = RecordLayout();
-    std::vector<std::string> fields;
-    fields.reserve(layout.size());
-    for (const Slot& slot : layout) fields.push_back(Encode(slot, oTrans));
-    CSVRecord csv;
-    std::string record;
-    if (csv.BuildPacket(fields, kFieldCount, record) != 0) throw Failure(csv.strErrorMessage());
-    return record;
-  });
+  return Trap(error_message_, "TSerialiseTransInfo.SerialiseObject() Failed - ", std::string(),
+              [&] {
+                const Layout& layout = RecordLayout();
+                std::vector<std::string> fields;
+                fields.reserve(layout.size());
+                for (const Slot& slot : layout) fields.push_back(Encode(slot, oTrans));
+                CSVRecord csv;
+                std::string record;
+                if (csv.BuildPacket(fields, kFieldCount, record) != 0)
+                  throw Failure(csv.strErrorMessage());
+                return record;
+              });
 }
 
 void TSerialiseTransInfo::DeSerialiseObject(const std::string& strRecord, QlTransaction& oTrans) {

@@ -34,8 +34,8 @@ struct SharedConfiguration {
   std::string strPrinterPort;
   std::string strPrinterParity;
   std::string strPrinterCutPaper;
-  std::string strTrackStartId;   // card-reader sentinels as hex text ("3B")
-  std::string strTrackEndId;     // ("3F")
+  std::string strTrackStartId;  // card-reader sentinels as hex text ("3B")
+  std::string strTrackEndId;    // ("3F")
   std::string strLastTmsCallDate;
   std::string strFuelType;
   std::string strPrintNormalControl;  // printer control bytes (the settings hold hex)

@@ -123,7 +123,8 @@ void TTender::ConfirmTenders(bool bCancel) {
     const CreditCardCommon& config = Shared();
     if (config.lOperatingMode == 1) return;
     bool any_authorised = false;
-    for (const Part& part : parts_) any_authorised = any_authorised || part.state == kStateAuthorised;
+    for (const Part& part : parts_)
+      any_authorised = any_authorised || part.state == kStateAuthorised;
     if (!any_authorised) return;
 
     QlFactory& factory = CurrentQlFactory();

@@ -115,8 +115,8 @@ void TCcAddinRegistry::DeleteReceipts(int32_t lDeleteReceiptDays,
     std::chrono::sys_days last{};
     if (!RolledDate(part(1, 4), part(5, 2), part(7, 2), &last)) return;
     const std::chrono::sys_days today =
-        std::chrono::sys_days{std::chrono::year{now.year} /
-                              static_cast<unsigned>(now.month) / static_cast<unsigned>(now.day)};
+        std::chrono::sys_days{std::chrono::year{now.year} / static_cast<unsigned>(now.month) /
+                              static_cast<unsigned>(now.day)};
     // Today or later: the purge already ran today.
     if (last >= today) return;
 

@@ -23,8 +23,12 @@ constexpr Rule kB1{ReadRule::kB1};
 constexpr Rule kB0{ReadRule::kB0};
 constexpr Rule kBT{ReadRule::kBT};
 constexpr Rule kT3{ReadRule::kT3};
-constexpr Rule Text(std::string_view x) { return {ReadRule::kSDefault, x}; }
-constexpr Rule Number(int32_t x) { return {ReadRule::kNDefault, {}, x}; }
+constexpr Rule Text(std::string_view x) {
+  return {ReadRule::kSDefault, x};
+}
+constexpr Rule Number(int32_t x) {
+  return {ReadRule::kNDefault, {}, x};
+}
 
 constexpr bool kReadOnly = true;
 
@@ -59,29 +63,29 @@ struct Row {
 };
 
 constexpr std::array<Row, kSettingCount> kRows = {{
-    { 1, "BaseCurrency", "strbaseCurrency", kS, &T::strbaseCurrency},
-    { 2, "BaseCurrencyExponent", "lBaseCurrencyExponent", kN, &T::lBaseCurrencyExponent},
+    {1, "BaseCurrency", "strbaseCurrency", kS, &T::strbaseCurrency},
+    {2, "BaseCurrencyExponent", "lBaseCurrencyExponent", kN, &T::lBaseCurrencyExponent},
     {13, "QuaylinkMerchantId", "strQuaylinkMerchantId", kS, &T::strQuaylinkMerchantId},
     {12, "QuaylinkClientId", "strQuaylinkClientId", kS, &T::strQuaylinkClientId},
     {14, "QuaylinkPassword", "strQuaylinkPassword", kS, &T::strQuaylinkPassword},
-    { 3, "BaseCurrencyName", "strBaseCurrencyName", kS, &T::strBaseCurrencyName},
-    { 4, "ConfigFileLocation", "strConfigFileLocation", kP, &T::strConfigFileLocation},
-    { 5, "ConfigFileName", "strConfigFileName", kS, &T::strConfigFileName},
+    {3, "BaseCurrencyName", "strBaseCurrencyName", kS, &T::strBaseCurrencyName},
+    {4, "ConfigFileLocation", "strConfigFileLocation", kP, &T::strConfigFileLocation},
+    {5, "ConfigFileName", "strConfigFileName", kS, &T::strConfigFileName},
     {19, "SaveReceipts", "bSaveReceipts", kB1, &T::bSaveReceipts},
     {15, "ReceiptFileLocation", "strReceiptFileLocation", kS, &T::strReceiptFileLocation},
-    { 7, "DeleteReceiptDays", "lDeleteReceiptDays", kN, &T::lDeleteReceiptDays},
-    { 9, "LastReceiptDeleteDate", "strLastReceiptDeleteDate", kS, &T::strLastReceiptDeleteDate},
+    {7, "DeleteReceiptDays", "lDeleteReceiptDays", kN, &T::lDeleteReceiptDays},
+    {9, "LastReceiptDeleteDate", "strLastReceiptDeleteDate", kS, &T::strLastReceiptDeleteDate},
     {11, "ObscureCardNumber", "bObscureCardNumber", kB1, &T::bObscureCardNumber},
     {21, "PrinterType", "lPrinterType", kN, &T::lPrinterType},
     {22, "WindowsPrinterName", "strWindowsPrinterName", kS, &T::strWindowsPrinterName},
     {23, "WindowsPrinterFontName", "strWindowsPrinterFontName", kS, &T::strWindowsPrinterFontName},
-    { 8, "ExternalSwipe", "bExternalSwipe", kB1, &T::bExternalSwipe},
+    {8, "ExternalSwipe", "bExternalSwipe", kB1, &T::bExternalSwipe},
     {31, "OPOSPrinterDeviceName", "strOposPrinterDeviceName", kS, &T::strOposPrinterDeviceName},
     {16, "ReportFileLocation", "strReportFileLocation", kS, &T::strReportFileLocation},
     {10, "LastZReportDate", "strLastZReportDate", kS, &T::strLastZReportDate},
-    { 6, "CustomerNotPresent", "bCustomerNotPresent", kB1, &T::bCustomerNotPresent},
+    {6, "CustomerNotPresent", "bCustomerNotPresent", kB1, &T::bCustomerNotPresent},
     {20, "SplitTender", "bSplitTender", kB1, &T::bSplitTender},
-    { 0, "AppendLineFeed", "bAppendLineFeed", kB1, &T::bAppendLineFeed},
+    {0, "AppendLineFeed", "bAppendLineFeed", kB1, &T::bAppendLineFeed},
     {18, "RmsCcTenderType", "strRmsCcTenderType", kS, &T::strRmsCcTenderType},
     {17, "RmsCashTenderType", "strRmsCashTenderType", kS, &T::strRmsCashTenderType},
     {24, "Acquirer", "strAcquirer", kS, &T::strAcquirer},
@@ -97,7 +101,8 @@ constexpr std::array<Row, kSettingCount> kRows = {{
     {35, "CustomerNotPresentOnly", "bMailOrderOnly", kB1, &T::bMailOrderOnly},
     {36, "PrintReceipts", "lPrintReceiptsBitmap", kN, &T::lPrintReceiptsBitmap},
     {37, "LineFeedsBeforePaperCut", "lLineFeedsBeforePaperCut", kN, &T::lLineFeedsBeforePaperCut},
-    {38, "AutoAcceptOnPinVerification", "bAutoAcceptOnPinVerification", kB1, &T::bAutoAcceptOnPinVerification},
+    {38, "AutoAcceptOnPinVerification", "bAutoAcceptOnPinVerification", kB1,
+     &T::bAutoAcceptOnPinVerification},
     {39, "WindowsFontBold", "bWindowsFontBold", kBT, &T::bWindowsFontBold},
     {40, "WindowsFontSize", "lWindowsFontSize", Number(10), &T::lWindowsFontSize},
     {41, "RmsReceiptPrinterNo", "lRmsReceiptPrinterNo", Number(1), &T::lRmsReceiptPrinterNo},
@@ -132,22 +137,31 @@ constexpr std::array<Row, kSettingCount> kRows = {{
     {70, "DisplayMode", "lDisplayMode", kN, &T::lDisplayMode},
     {71, "AddinHeight", "lAddinHeight", kN, &T::lAddinHeight},
     {72, "AddinWidth", "lAddinWidth", kN, &T::lAddinWidth},
-    {73, "CustomerReceiptFirstIfPinVerified", "bCustomerReceiptFirstIfPinVerified", kB0, &T::bCustomerReceiptFirstIfPinVerified},
+    {73, "CustomerReceiptFirstIfPinVerified", "bCustomerReceiptFirstIfPinVerified", kB0,
+     &T::bCustomerReceiptFirstIfPinVerified},
     {74, "PrintNormalControl", "strPrintNormalControl", Text("1B2100"), &T::strPrintNormalControl},
     {75, "PrintBoldControl", "strPrintBoldControl", Text("1B2148"), &T::strPrintBoldControl},
-    {76, "CutPaperAfterMerchantCopy", "bCutPaperAfterMerchantCopy", kBT, &T::bCutPaperAfterMerchantCopy},
-    {77, "CutPaperAfterCustomerCopy", "bCutPaperAfterCustomerCopy", kBT, &T::bCutPaperAfterCustomerCopy},
+    {76, "CutPaperAfterMerchantCopy", "bCutPaperAfterMerchantCopy", kBT,
+     &T::bCutPaperAfterMerchantCopy},
+    {77, "CutPaperAfterCustomerCopy", "bCutPaperAfterCustomerCopy", kBT,
+     &T::bCutPaperAfterCustomerCopy},
     {78, "PrintMerchantHeader", "bPrintMerchantHeader", kBT, &T::bPrintMerchantHeader},
     {79, "PrintCustomerHeader", "bPrintCustomerHeader", kBT, &T::bPrintCustomerHeader},
-    {80, "PromptTappedCustomerReceipt", "bPromptTappedCustomerReceipt", kB1, &T::bPromptTappedCustomerReceipt},
-    {81, "AutoAcceptTappedNoVerification", "bAutoAcceptTappedNoVerification", kB1, &T::bAutoAcceptTappedNoVerification},
-    {82, "MerchantReceiptsAvailableToClients", "bMakeMerchantReceiptsAvailableToClient", kB1, &T::bMakeMerchantReceiptsAvailableToClient},
+    {80, "PromptTappedCustomerReceipt", "bPromptTappedCustomerReceipt", kB1,
+     &T::bPromptTappedCustomerReceipt},
+    {81, "AutoAcceptTappedNoVerification", "bAutoAcceptTappedNoVerification", kB1,
+     &T::bAutoAcceptTappedNoVerification},
+    {82, "MerchantReceiptsAvailableToClients", "bMakeMerchantReceiptsAvailableToClient", kB1,
+     &T::bMakeMerchantReceiptsAvailableToClient},
     {83, "AutoDeclinePinBypass", "bAutoDeclinePinBypass", kBT, &T::bAutoDeclinePinBypass},
     {84, "PedLanguageCode", "strPedLanguageCode", kS, &T::strPedLanguageCode},
     {85, "DisplayHalcyraLogo", "bDisplayHalcyraLogo", kB1, &T::bDisplayHalcyraLogo},
-    {86, "E2eeStoreOfflineTxnsOnPed", "bE2eeStoreTransactionOnPed", kB1, &T::bE2eeStoreTransactionOnPed},
-    {87, "E2eeObscureCardNoInOfflineMode", "bE2eeObscureCardNumberOfflineMode", kB1, &T::bE2eeObscureCardNumberOfflineMode},
-    {88, "ObscureCardNoInOfflineMode", "bObscureCardNumberOfflineMode", kB1, &T::bObscureCardNumberOfflineMode},
+    {86, "E2eeStoreOfflineTxnsOnPed", "bE2eeStoreTransactionOnPed", kB1,
+     &T::bE2eeStoreTransactionOnPed},
+    {87, "E2eeObscureCardNoInOfflineMode", "bE2eeObscureCardNumberOfflineMode", kB1,
+     &T::bE2eeObscureCardNumberOfflineMode},
+    {88, "ObscureCardNoInOfflineMode", "bObscureCardNumberOfflineMode", kB1,
+     &T::bObscureCardNumberOfflineMode},
     {89, "DumpEmvBitmap", "lDumpEmvBitmap", kN, &T::lDumpEmvBitmap, kReadOnly},
     {90, "AllowProductExclusion", "bAllowProductExclusion", kB1, &T::bAllowProductExclusion},
 }};
@@ -156,8 +170,9 @@ constexpr std::array<SettingDef, kSettingCount> MakeTable() {
   std::array<SettingDef, kSettingCount> table{};
   for (size_t i = 0; i < kRows.size(); ++i) {
     const Row& r = kRows[i];
-    table[i] = SettingDef{r.number,         r.value_name, r.property, r.rule.rule,
-                          r.rule.text_default, r.rule.number_default, r.field, !r.read_only};
+    table[i] = SettingDef{r.number,    r.value_name,        r.property,
+                          r.rule.rule, r.rule.text_default, r.rule.number_default,
+                          r.field,     !r.read_only};
   }
   return table;
 }
@@ -188,7 +203,9 @@ bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-std::span<const SettingDef, kSettingCount> CcAddinSettings() { return kSettings; }
+std::span<const SettingDef, kSettingCount> CcAddinSettings() {
+  return kSettings;
+}
 
 const SettingDef* FindSettingByNumber(int32_t number) {
   for (const SettingDef& s : kSettings) {
@@ -247,8 +264,9 @@ void LoadSetting(TCcAddinRegistry& record, const SettingDef& setting, const std:
       record.*std::get<bool T::*>(setting.field) = stored.empty() || stored == "1";
       break;
     case ReadRule::kT3:
-      record.*std::get<int32_t T::*>(setting.field) =
-          stored.empty() || stored == "0" ? 0 : stored == "1" ? 1 : 2;
+      record.*std::get<int32_t T::*>(setting.field) = stored.empty() || stored == "0" ? 0
+                                                      : stored == "1"                 ? 1
+                                                                                      : 2;
       break;
   }
 }

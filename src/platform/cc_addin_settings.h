@@ -15,16 +15,16 @@ namespace ccaddin {
 
 // How a stored text becomes the property's value (a missing value reads as "").
 enum class ReadRule {
-  kS,          // the text as stored
-  kP,          // a folder: a non-empty text gets a trailing "/" unless it has one
-  kSDefault,   // the text, or text_default when empty
-  kN,          // whole number, locale-aware, halves to even; "" or unconvertible: 0
-  kNDefault,   // as kN, but "" gives number_default
-  kR,          // double, locale-aware; unconvertible: 0
-  kB1,         // True only for "1"
-  kB0,         // True unless "" or "0"
-  kBT,         // True for "" or "1"
-  kT3,         // "" or "0": 0; "1": 1; anything else: 2
+  kS,         // the text as stored
+  kP,         // a folder: a non-empty text gets a trailing "/" unless it has one
+  kSDefault,  // the text, or text_default when empty
+  kN,         // whole number, locale-aware, halves to even; "" or unconvertible: 0
+  kNDefault,  // as kN, but "" gives number_default
+  kR,         // double, locale-aware; unconvertible: 0
+  kB1,        // True only for "1"
+  kB0,        // True unless "" or "0"
+  kBT,        // True for "" or "1"
+  kT3,        // "" or "0": 0; "1": 1; anything else: 2
 };
 
 using SettingField = std::variant<std::string TCcAddinRegistry::*, int32_t TCcAddinRegistry::*,

@@ -13,7 +13,9 @@ void SetBit(int32_t& flags, int32_t bit, bool on) {
   flags = static_cast<int32_t>(word);
 }
 
-bool Bit(int32_t flags, int32_t bit) { return ((static_cast<uint32_t>(flags) >> bit) & 1U) != 0; }
+bool Bit(int32_t flags, int32_t bit) {
+  return ((static_cast<uint32_t>(flags) >> bit) & 1U) != 0;
+}
 
 }  // namespace
 
@@ -31,10 +33,18 @@ CommState CommStateFromTermios(const termios& t, int32_t baud_rate) {
   CommState s;
   s.BaudRate = baud_rate;
   switch (t.c_cflag & CSIZE) {
-    case CS5: s.ByteSize = 5; break;
-    case CS6: s.ByteSize = 6; break;
-    case CS7: s.ByteSize = 7; break;
-    default: s.ByteSize = 8; break;
+    case CS5:
+      s.ByteSize = 5;
+      break;
+    case CS6:
+      s.ByteSize = 6;
+      break;
+    case CS7:
+      s.ByteSize = 7;
+      break;
+    default:
+      s.ByteSize = 8;
+      break;
   }
   if ((t.c_cflag & PARENB) == 0) {
     s.Parity = kNoParity;
@@ -68,25 +78,45 @@ CommState CommStateFromTermios(const termios& t, int32_t baud_rate) {
 int ApplyCommState(const CommState& state, termios* t) {
   tcflag_t size = 0;
   switch (state.ByteSize) {
-    case 5: size = CS5; break;
-    case 6: size = CS6; break;
-    case 7: size = CS7; break;
-    case 8: size = CS8; break;
-    default: return EINVAL;
+    case 5:
+      size = CS5;
+      break;
+    case 6:
+      size = CS6;
+      break;
+    case 7:
+      size = CS7;
+      break;
+    case 8:
+      size = CS8;
+      break;
+    default:
+      return EINVAL;
   }
   tcflag_t parity = 0;
   switch (state.Parity) {
-    case kNoParity: break;
-    case kOddParity: parity = PARENB | PARODD; break;
-    case kEvenParity: parity = PARENB; break;
+    case kNoParity:
+      break;
+    case kOddParity:
+      parity = PARENB | PARODD;
+      break;
+    case kEvenParity:
+      parity = PARENB;
+      break;
     // Mark and space are "stick" parity: the parity bit is always 1 or always 0.
-    case kMarkParity: parity = PARENB | CMSPAR | PARODD; break;
-    case kSpaceParity: parity = PARENB | CMSPAR; break;
-    default: return EINVAL;
+    case kMarkParity:
+      parity = PARENB | CMSPAR | PARODD;
+      break;
+    case kSpaceParity:
+      parity = PARENB | CMSPAR;
+      break;
+    default:
+      return EINVAL;
   }
   tcflag_t stop = 0;
   switch (state.StopBits) {
-    case kOneStopBit: break;
+    case kOneStopBit:
+      break;
     // termios has one "more than one stop bit" switch; on 5-bit characters the UART
     // makes it one and a half, which is the only size where 1.5 exists at all.
     case kOne5StopBits:
@@ -97,12 +127,13 @@ int ApplyCommState(const CommState& state, termios* t) {
       if (state.ByteSize == 5) return EINVAL;
       stop = CSTOPB;
       break;
-    default: return EINVAL;
+    default:
+      return EINVAL;
   }
 
   // Raw: bytes pass unchanged both ways (receipts carry ESC sequences and binary).
-  t->c_iflag &= ~(IGNBRK | BRKINT | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | IXON | IXOFF |
-                  IXANY | INPCK);
+  t->c_iflag &=
+      ~(IGNBRK | BRKINT | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | IXON | IXOFF | IXANY | INPCK);
   t->c_oflag &= ~OPOST;
   t->c_lflag &= ~(ECHO | ECHONL | ICANON | ISIG | IEXTEN);
   t->c_cflag &= ~(CSIZE | PARENB | PARODD | CMSPAR | CSTOPB | CRTSCTS);

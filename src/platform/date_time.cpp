@@ -49,7 +49,9 @@ int32_t DateTime::DaysUntil(const DateTime& later) const {
   return static_cast<int32_t>((sys_days{Ymd(later)} - sys_days{Ymd(*this)}).count());
 }
 
-DateTime DateTime::PlusMilliseconds(int64_t ms) const { return FromSerialMs(ToSerialMs() + ms); }
+DateTime DateTime::PlusMilliseconds(int64_t ms) const {
+  return FromSerialMs(ToSerialMs() + ms);
+}
 
 std::string DateTime::Yyyymmdd() const {
   char buf[16];

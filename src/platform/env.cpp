@@ -77,8 +77,12 @@ Env* CurrentEnv() {
   return env != nullptr ? env : Env::Default();
 }
 
-ScopedEnv::ScopedEnv(Env* env) : previous_(CurrentSlot()) { CurrentSlot() = env; }
+ScopedEnv::ScopedEnv(Env* env) : previous_(CurrentSlot()) {
+  CurrentSlot() = env;
+}
 
-ScopedEnv::~ScopedEnv() { CurrentSlot() = previous_; }
+ScopedEnv::~ScopedEnv() {
+  CurrentSlot() = previous_;
+}
 
 }  // namespace ccaddin

@@ -10,8 +10,12 @@ namespace ccaddin {
 
 namespace {
 
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsBlank(char c) {
+  return c == ' ' || c == '\t';
+}
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 // Rounds half to even without depending on the floating-point environment's mode.
 double RoundHalfEven(double x) {
@@ -42,8 +46,7 @@ std::string CurrentDecimalSeparator() {
   return separator.empty() ? "." : separator;
 }
 
-bool ParseLocaleDouble(std::string_view text, std::string_view decimal_separator,
-                       double* value) {
+bool ParseLocaleDouble(std::string_view text, std::string_view decimal_separator, double* value) {
   if (decimal_separator.empty()) decimal_separator = ".";
   size_t begin = 0;
   size_t end = text.size();
@@ -85,13 +88,11 @@ bool ParseLocaleDouble(std::string_view text, std::string_view decimal_separator
   return true;
 }
 
-bool ParseLocaleInt32(std::string_view text, std::string_view decimal_separator,
-                      int32_t* value) {
+bool ParseLocaleInt32(std::string_view text, std::string_view decimal_separator, int32_t* value) {
   return ParseWhole(text, decimal_separator, value);
 }
 
-bool ParseLocaleInt16(std::string_view text, std::string_view decimal_separator,
-                      int16_t* value) {
+bool ParseLocaleInt16(std::string_view text, std::string_view decimal_separator, int16_t* value) {
   return ParseWhole(text, decimal_separator, value);
 }
 

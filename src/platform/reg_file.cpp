@@ -21,7 +21,9 @@ struct ParseError {
   std::string message;
 };
 
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+bool IsBlank(char c) {
+  return c == ' ' || c == '\t';
+}
 
 std::string_view Trim(std::string_view s) {
   while (!s.empty() && IsBlank(s.front())) s.remove_prefix(1);
@@ -29,7 +31,9 @@ std::string_view Trim(std::string_view s) {
   return s;
 }
 
-char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+char Lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+}
 
 bool SameKey(std::string_view a, std::string_view b) {
   while (!a.empty() && a.back() == '\\') a.remove_suffix(1);
@@ -115,8 +119,8 @@ std::string ReadQuoted(std::string_view s, size_t& pos, int line, std::string_vi
     }
     if (c == '\\') {
       if (pos + 1 >= s.size() || (s[pos + 1] != '\\' && s[pos + 1] != '"')) {
-        throw ParseError{line, std::string(what) +
-                                   ": a backslash must be written \\\\ (and a quote \\\")"};
+        throw ParseError{
+            line, std::string(what) + ": a backslash must be written \\\\ (and a quote \\\")"};
       }
       out += s[++pos];
     } else {
@@ -133,8 +137,8 @@ std::string ParseHexBytes(std::string_view list, int line) {
   size_t pos = 0;
   while (true) {
     const size_t comma = list.find(',', pos);
-    const std::string_view item =
-        Trim(list.substr(pos, comma == std::string_view::npos ? std::string_view::npos : comma - pos));
+    const std::string_view item = Trim(
+        list.substr(pos, comma == std::string_view::npos ? std::string_view::npos : comma - pos));
     if (item.empty() && comma == std::string_view::npos && !bytes.empty()) break;  // trailing ","
     if (item.empty() || item.size() > 2 || HexDigit(item[0]) < 0 ||
         (item.size() == 2 && HexDigit(item[1]) < 0)) {
@@ -187,8 +191,9 @@ RegistryValue ParseData(std::string_view data, RegFileFormat format, int line) {
     value.type = kRegBinary;
     if (pos < data.size() && data[pos] == '(') {
       const size_t close = data.find(')', pos);
-      const std::string_view digits =
-          close == std::string_view::npos ? std::string_view() : data.substr(pos + 1, close - pos - 1);
+      const std::string_view digits = close == std::string_view::npos
+                                          ? std::string_view()
+                                          : data.substr(pos + 1, close - pos - 1);
       if (digits.empty() || digits.size() > 8) throw ParseError{line, "malformed hex(type)"};
       value.type = 0;
       for (const char c : digits) {
@@ -213,8 +218,7 @@ void Parse(std::string_view bytes, const std::vector<std::string>& accepted_keys
   const std::vector<std::string_view> lines = SplitLines(text);
   size_t i = 0;
   while (i < lines.size() && Trim(lines[i]).empty()) ++i;
-  if (i == lines.size() ||
-      (Trim(lines[i]) != kHeader4 && Trim(lines[i]) != kHeader5)) {
+  if (i == lines.size() || (Trim(lines[i]) != kHeader4 && Trim(lines[i]) != kHeader5)) {
     throw ParseError{i == lines.size() ? 0 : static_cast<int>(i + 1),
                      "not a registry file: the first line must be \"REGEDIT4\" or \"Windows "
                      "Registry Editor Version 5.00\""};
@@ -231,7 +235,8 @@ void Parse(std::string_view bytes, const std::vector<std::string>& accepted_keys
       bool accepted = false;
       for (const std::string& k : accepted_keys) accepted = accepted || SameKey(key, k);
       if (!accepted) {
-        throw ParseError{line_no, "only the key [" + (accepted_keys.empty() ? "" : accepted_keys[0]) +
+        throw ParseError{line_no, "only the key [" +
+                                      (accepted_keys.empty() ? "" : accepted_keys[0]) +
                                       "] can be imported"};
       }
       in_key = true;
@@ -250,7 +255,8 @@ void Parse(std::string_view bytes, const std::vector<std::string>& accepted_keys
       change.value.name = ToStore(ReadQuoted(line, pos, line_no, "the name"), line_no, "the name");
     }
     while (pos < line.size() && IsBlank(line[pos])) ++pos;
-    if (pos >= line.size() || line[pos] != '=') throw ParseError{line_no, "\"=\" expected after the name"};
+    if (pos >= line.size() || line[pos] != '=')
+      throw ParseError{line_no, "\"=\" expected after the name"};
     std::string data(Trim(line.substr(pos + 1)));
     // Hexadecimal data continues on the next line after a trailing "\".
     while (StartsWithNoCase(data, "hex") && data.ends_with('\\')) {

@@ -23,7 +23,8 @@ struct RegFileError {
 // appear. Values come back in file order in the store's form (Windows-1252 names,
 // REG_SZ text with its NUL); `"Name"=-` becomes a removal. Anything malformed stops
 // the parse: false, with the line and the reason in `error`.
-[[nodiscard]] bool ParseRegFile(std::string_view bytes, const std::vector<std::string>& accepted_keys,
+[[nodiscard]] bool ParseRegFile(std::string_view bytes,
+                                const std::vector<std::string>& accepted_keys,
                                 std::vector<RegistryChange>* changes, RegFileError* error,
                                 RegFileFormat* format = nullptr);
 

@@ -63,7 +63,9 @@ constexpr std::array<const char*, kStatementCount> kStatementSql = {
 
 // Names are Windows-1252 inside the component and UTF-8 in the database, so that the
 // sqlite3 shell and NOCASE see proper text; the mapping is one to one.
-std::string DbText(std::string_view ansi) { return Windows1252ToUtf8(ansi); }
+std::string DbText(std::string_view ansi) {
+  return Windows1252ToUtf8(ansi);
+}
 std::string AnsiText(const unsigned char* utf8) {
   return utf8 == nullptr ? std::string() : Utf8ToWindows1252(reinterpret_cast<const char*>(utf8));
 }
@@ -83,16 +85,26 @@ bool NormaliseKeyPath(std::string_view path, std::string* normal) {
 
 std::string RegTypeName(uint32_t type) {
   switch (type) {
-    case kRegNone: return "REG_NONE";
-    case kRegSz: return "REG_SZ";
-    case kRegExpandSz: return "REG_EXPAND_SZ";
-    case kRegBinary: return "REG_BINARY";
-    case kRegDword: return "REG_DWORD";
-    case 5: return "REG_DWORD_BIG_ENDIAN";
-    case 6: return "REG_LINK";
-    case kRegMultiSz: return "REG_MULTI_SZ";
-    case kRegQword: return "REG_QWORD";
-    default: return "REG_TYPE_" + std::to_string(type);
+    case kRegNone:
+      return "REG_NONE";
+    case kRegSz:
+      return "REG_SZ";
+    case kRegExpandSz:
+      return "REG_EXPAND_SZ";
+    case kRegBinary:
+      return "REG_BINARY";
+    case kRegDword:
+      return "REG_DWORD";
+    case 5:
+      return "REG_DWORD_BIG_ENDIAN";
+    case 6:
+      return "REG_LINK";
+    case kRegMultiSz:
+      return "REG_MULTI_SZ";
+    case kRegQword:
+      return "REG_QWORD";
+    default:
+      return "REG_TYPE_" + std::to_string(type);
   }
 }
 
@@ -134,8 +146,7 @@ struct RegistryStore::Impl {
     [[nodiscard]] bool ok() const { return rc_ == SQLITE_OK && stmt_ != nullptr; }
     void Bind(int index, int64_t v) { sqlite3_bind_int64(stmt_, index, v); }
     void Bind(int index, const std::string& text) {
-      sqlite3_bind_text(stmt_, index, text.data(), static_cast<int>(text.size()),
-                        SQLITE_TRANSIENT);
+      sqlite3_bind_text(stmt_, index, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
     }
     void BindBlob(int index, const std::string& bytes) {
       sqlite3_bind_blob(stmt_, index, bytes.data(), static_cast<int>(bytes.size()),
@@ -158,7 +169,9 @@ struct RegistryStore::Impl {
     int rc_ = SQLITE_OK;
   };
 
-  bool Exec(const char* sql) { return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
+  bool Exec(const char* sql) {
+    return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+  }
   void Rollback() { sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr); }
 };
 
@@ -227,7 +240,8 @@ RegStatus RegistryStore::Connect(const std::string& path, bool create,
     }
     sqlite3_finalize(s);
     if (rc != SQLITE_ROW) {
-      return fail(std::string(sqlite3_errmsg(impl->db)) + (create ? "; it was left untouched" : ""));
+      return fail(std::string(sqlite3_errmsg(impl->db)) +
+                  (create ? "; it was left untouched" : ""));
     }
   }
   if (application_id != kApplicationId) {
@@ -345,8 +359,8 @@ RegStatus RegistryStore::ListValues(int64_t key, std::vector<RegistryValue>* val
   list.Bind(1, key);
   int rc = 0;
   while ((rc = list.Step()) == SQLITE_ROW) {
-    values->push_back(RegistryValue{AnsiText(list.Text(0)), static_cast<uint32_t>(list.Int(1)),
-                                    list.Blob(2)});
+    values->push_back(
+        RegistryValue{AnsiText(list.Text(0)), static_cast<uint32_t>(list.Int(1)), list.Blob(2)});
   }
   if (rc != SQLITE_DONE) {
     values->clear();

@@ -64,14 +64,12 @@ class RegistryStore {
   // `path`; kFailed (description in `error`) when the file is not a registry database
   // or cannot be read. A file that is not ours is never written to.
   [[nodiscard]] static RegStatus Open(const std::string& path,
-                                      std::unique_ptr<RegistryStore>* store,
-                                      std::string* error);
+                                      std::unique_ptr<RegistryStore>* store, std::string* error);
 
   // As Open, but creates the database (and its folder) when there is no file, and the
   // tables when the file is an empty database. Refuses any other file.
   [[nodiscard]] static RegStatus Create(const std::string& path,
-                                        std::unique_ptr<RegistryStore>* store,
-                                        std::string* error);
+                                        std::unique_ptr<RegistryStore>* store, std::string* error);
 
   ~RegistryStore();
   RegistryStore(const RegistryStore&) = delete;

@@ -53,17 +53,18 @@ int ComPortNumber(const std::string& name) {
 
 }  // namespace
 
-TSerial::~TSerial() { ClosePort(); }
+TSerial::~TSerial() {
+  ClosePort();
+}
 
 std::string TSerial::DevicePathFor(const std::string& strComPort) {
   if (!strComPort.empty() && strComPort[0] == '/') return strComPort;
   const int number = ComPortNumber(strComPort);
   if (number == 0) return "/dev/" + strComPort;
   const char* dir = std::getenv("CCADDIN_PORTS_DIR");
-  const std::filesystem::path link = std::filesystem::path(dir != nullptr && *dir != '\0'
-                                                               ? dir
-                                                               : kDefaultPortsDir) /
-                                     ("COM" + std::to_string(number));
+  const std::filesystem::path link =
+      std::filesystem::path(dir != nullptr && *dir != '\0' ? dir : kDefaultPortsDir) /
+      ("COM" + std::to_string(number));
   std::error_code ec;
   if (std::filesystem::exists(std::filesystem::symlink_status(link, ec))) return link.string();
   return "/dev/ttyS" + std::to_string(number - 1);
@@ -109,9 +110,8 @@ int16_t TSerial::Connect() {
 }
 
 int16_t TSerial::Configure() {
-  const int16_t status =
-      Trap(error_message_, "TSerialComms.SetPortInfoSettings() Failed - ", int16_t{1},
-           [&] { return SetPortInfoSettings(); });
+  const int16_t status = Trap(error_message_, "TSerialComms.SetPortInfoSettings() Failed - ",
+                              int16_t{1}, [&] { return SetPortInfoSettings(); });
   if (status != 0) return status;
   return Trap(error_message_, "TSerialComms.SetTimeouts() Failed - ", int16_t{1},
               [&] { return SetTimeouts(); });
@@ -130,23 +130,49 @@ int16_t TSerial::SetPortInfoSettings() {
   const TConnectionInfo& c = conn_info_;
   dcb_.BaudRate = c.lBaudRate;
   switch (c.lDatabits) {
-    case 0: dcb_.ByteSize = 4; break;
-    case 1: dcb_.ByteSize = 5; break;
-    case 2: dcb_.ByteSize = 6; break;
-    case 3: dcb_.ByteSize = 7; break;
-    default: dcb_.ByteSize = 8; break;
+    case 0:
+      dcb_.ByteSize = 4;
+      break;
+    case 1:
+      dcb_.ByteSize = 5;
+      break;
+    case 2:
+      dcb_.ByteSize = 6;
+      break;
+    case 3:
+      dcb_.ByteSize = 7;
+      break;
+    default:
+      dcb_.ByteSize = 8;
+      break;
   }
   switch (c.lParity) {
-    case 0: dcb_.Parity = kEvenParity; break;
-    case 1: dcb_.Parity = kOddParity; break;
-    case 2: dcb_.Parity = kNoParity; break;
-    case 4: dcb_.Parity = kMarkParity; break;
-    default: dcb_.Parity = kSpaceParity; break;
+    case 0:
+      dcb_.Parity = kEvenParity;
+      break;
+    case 1:
+      dcb_.Parity = kOddParity;
+      break;
+    case 2:
+      dcb_.Parity = kNoParity;
+      break;
+    case 4:
+      dcb_.Parity = kMarkParity;
+      break;
+    default:
+      dcb_.Parity = kSpaceParity;
+      break;
   }
   switch (c.lStopbit) {
-    case 0: dcb_.StopBits = kOneStopBit; break;
-    case 1: dcb_.StopBits = kOne5StopBits; break;
-    default: dcb_.StopBits = kTwoStopBits; break;
+    case 0:
+      dcb_.StopBits = kOneStopBit;
+      break;
+    case 1:
+      dcb_.StopBits = kOne5StopBits;
+      break;
+    default:
+      dcb_.StopBits = kTwoStopBits;
+      break;
   }
 
   TLongBitMap flags;
@@ -239,8 +265,8 @@ int16_t TSerial::WriteData(const std::string& strData, bool bSendChunks, int32_t
                            int32_t lInterChunkSleep) {
   return Trap(error_message_, "TSerialComms.WriteData() Failed - ", int16_t{1}, [&]() -> int16_t {
     if (fd_ < 0) return Fail("Port closed", 0);
-    const size_t piece = bSendChunks ? (lChunkSize > 0 ? static_cast<size_t>(lChunkSize) : 0)
-                                     : strData.size();
+    const size_t piece =
+        bSendChunks ? (lChunkSize > 0 ? static_cast<size_t>(lChunkSize) : 0) : strData.size();
     size_t start = 0;
     do {
       const size_t size = std::min(piece, strData.size() - start);

@@ -42,8 +42,8 @@ class TSerial {
   // pause of lInterChunkSleep ms between pieces. Each piece must be taken by the device
   // within one second. An empty text, or a chunk size below 1, is an empty piece and
   // fails without writing anything.
-  [[nodiscard]] int16_t WriteData(const std::string& strData, bool bSendChunks,
-                                  int32_t lChunkSize, int32_t lInterChunkSleep);
+  [[nodiscard]] int16_t WriteData(const std::string& strData, bool bSendChunks, int32_t lChunkSize,
+                                  int32_t lInterChunkSleep);
 
   // One read of up to lNumBytesToRead bytes: returns when that many have arrived or one
   // second after the call, whichever comes first. Fewer bytes, or none, is a success.

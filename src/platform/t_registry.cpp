@@ -13,7 +13,9 @@ constexpr const char* kUpdateFailed = "Failed updating registry setting";
 TRegistry::TRegistry() = default;
 TRegistry::~TRegistry() = default;
 
-void TRegistry::BeginSnapshot() { snapshot_ = true; }
+void TRegistry::BeginSnapshot() {
+  snapshot_ = true;
+}
 
 void TRegistry::EndSnapshot() {
   snapshot_ = false;

@@ -35,7 +35,9 @@ std::string TrimSpaces(const std::string& text) {
   return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-std::string Quoted(const std::string& value) { return kQuote + value + kQuote; }
+std::string Quoted(const std::string& value) {
+  return kQuote + value + kQuote;
+}
 
 struct SiteCodes {
   std::string offline;
@@ -53,7 +55,7 @@ SiteCodes WorkOutCodes(const std::string& currency, const std::string& acquirer,
   if (device != "VeriFone SC5000") {
     codes.application = euro ? "PI" : "PU";
     static const std::pair<const char*, const char*> kAcquirers[] = {
-        {"AIB", "A"}, {"Elavon", "E"}, {"Barclays", "B"},
+        {"AIB", "A"},        {"Elavon", "E"}, {"Barclays", "B"},
         {"Streamline", "S"}, {"Lloyds", "L"}, {"HSBC", "H"}};
     for (const auto& [name, letter] : kAcquirers) {
       if (acquirer == name) codes.application += letter;
@@ -63,7 +65,7 @@ SiteCodes WorkOutCodes(const std::string& currency, const std::string& acquirer,
 
   if (!fuel_type.empty()) {
     static const std::pair<const char*, const char*> kBrands[] = {
-        {"Maxol", "MAXF"}, {"Topaz", "TPZF"}, {"DCI", "DCIF"},
+        {"Maxol", "MAXF"},  {"Topaz", "TPZF"},  {"DCI", "DCIF"},
         {"Texaco", "TEXF"}, {"Morgan", "MGNF"}, {"Top", "TOPF"}};
     for (const auto& [name, code] : kBrands) {
       if (fuel_type == name) codes.fuel = code;
@@ -177,10 +179,9 @@ bool ReplaceScript(const std::string& script, const std::vector<std::string>& li
 }  // namespace
 
 void TTmsCall::UpdateTmsScript(const std::string& strMerchantId, const std::string& strClientID,
-                               const std::string& strScriptLocation,
-                               const std::string& strCurrency, const std::string& strAcquirer,
-                               const std::string& strFuelType, bool bSwipeOnTill,
-                               const std::string& strComPort,
+                               const std::string& strScriptLocation, const std::string& strCurrency,
+                               const std::string& strAcquirer, const std::string& strFuelType,
+                               bool bSwipeOnTill, const std::string& strComPort,
                                const std::string& strChipAndPinDevice) {
   TrapVoid(error_message_, "TTmsCall.UpdateTmsScript() Failed - ", [&] {
     const std::string folder = WithSeparator(strScriptLocation);

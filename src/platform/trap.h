@@ -24,7 +24,9 @@ class Failure : public std::runtime_error {
 };
 
 // Throws a Failure carrying the description of the current errno.
-[[noreturn]] inline void ThrowErrno() { throw Failure(std::strerror(errno)); }
+[[noreturn]] inline void ThrowErrno() {
+  throw Failure(std::strerror(errno));
+}
 
 // The description of the exception being handled: the operating system's text for
 // system and file-system errors, the message for everything else.

@@ -32,10 +32,11 @@ void VirtualEnv::Advance(int64_t ms) {
   if (target > now_.ToSerialMs()) now_ = DateTime::FromSerialMs(target);
 }
 
-void VirtualEnv::RunDue() { Advance(0); }
+void VirtualEnv::RunDue() {
+  Advance(0);
+}
 
-bool VirtualEnv::FileCreationTime(const std::string& path, DateTime* created,
-                                  std::string* error) {
+bool VirtualEnv::FileCreationTime(const std::string& path, DateTime* created, std::string* error) {
   auto it = creation_times_.find(path);
   if (it == creation_times_.end()) return Env::FileCreationTime(path, created, error);
   *created = it->second;

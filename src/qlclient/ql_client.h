@@ -42,7 +42,8 @@ class QlLogin {
  public:
   virtual ~QlLogin() = default;
   // 1 logged in, 2 to 5 refused by the server, anything else failed.
-  [[nodiscard]] virtual int32_t Login(const std::string& strMerchantId, const std::string& strClientId,
+  [[nodiscard]] virtual int32_t Login(const std::string& strMerchantId,
+                                      const std::string& strClientId,
                                       const std::string& strPassword, int32_t lReserved) = 0;
   // 0 done.
   [[nodiscard]] virtual int32_t Logout() = 0;
@@ -90,7 +91,7 @@ class QlCardEnquiry : public QlRequestError {
   std::string strPan;
   std::string strExpiryDate;
   std::string strSchemeName;
-  int32_t lCardType = 0;      // 1 fuel card
+  int32_t lCardType = 0;           // 1 fuel card
   std::string strAllowedProducts;  // fuel cards: product codes the card may buy, ","-separated
   bool bBunkerCard = false;
 };
@@ -101,7 +102,8 @@ class QlTransactionStart : public QlRequestError {
   // 0 started.
   [[nodiscard]] virtual int32_t Start(const std::string& strCurrencyCode, int32_t lAmount,
                                       int32_t lCashbackAmount, int32_t lGratuityAmount,
-                                      int32_t lTransactionTypeCode, const std::string& strMerchantName,
+                                      int32_t lTransactionTypeCode,
+                                      const std::string& strMerchantName,
                                       const std::string& strMerchantAddress,
                                       const std::string& strPedLanguageCode, bool bKeyedEntry,
                                       bool bSwipeEntry, bool bChipEntry, bool bTapEntry) = 0;
@@ -116,11 +118,11 @@ class QlDccEnquiry : public QlRequestError {
   [[nodiscard]] virtual int32_t Enquire() = 0;
   bool bOfferAvailable = false;
   std::string strExchangeRate;
-  std::string strForeignAmount;          // minor units of the card currency
-  std::string strForeignCurrencyCode;    // "USD"
-  std::string strForeignCurrencyName;    // "US Dollar"
+  std::string strForeignAmount;        // minor units of the card currency
+  std::string strForeignCurrencyCode;  // "USD"
+  std::string strForeignCurrencyName;  // "US Dollar"
   int32_t lForeignCurrencyExponent = 2;
-  std::string strOfferText;              // HTML shown to the cardholder
+  std::string strOfferText;  // HTML shown to the cardholder
 };
 
 class QlTransactionProcessor : public QlRequestError {
@@ -141,7 +143,8 @@ class QlConfirm : public QlRequestError {
   // lConfirmCode 0 authorised, 1 declined, 2 cancelled. 0 done.
   [[nodiscard]] virtual int32_t Confirm(const std::string& strClientId, int32_t lTransRefNo,
                                         int32_t lConfirmCode, const std::string& strAuthCode,
-                                        bool bReserved, QlTransaction& oResult, int32_t lFuelFlag) = 0;
+                                        bool bReserved, QlTransaction& oResult,
+                                        int32_t lFuelFlag) = 0;
 };
 
 class QlFuelBalance : public QlRequestError {

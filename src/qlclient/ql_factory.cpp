@@ -7,8 +7,12 @@ namespace {
 QlFactory* installed = nullptr;
 }  // namespace
 
-QlFactory& CurrentQlFactory() { return installed ? *installed : sim::SimulatorFactory(); }
+QlFactory& CurrentQlFactory() {
+  return installed ? *installed : sim::SimulatorFactory();
+}
 
-void SetQlFactory(QlFactory* factory) { installed = factory; }
+void SetQlFactory(QlFactory* factory) {
+  installed = factory;
+}
 
 }  // namespace ccaddin

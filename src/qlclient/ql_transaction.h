@@ -42,27 +42,27 @@ enum QlEmvValue : int {
 class QlTransaction {
  public:
   // --- card and request ---
-  int32_t lEntryMethodCode = 4;       // 0 keyed, 1 swiped, 2 chip, 3 tapped, 4 none
-  int32_t lMode = 0;                  // 1 programmatic authorisation
-  std::string strPan;                 // card number (masked when it came back from the server)
-  std::string strTrack;               // magnetic track data read by the till
-  std::string strExpiryDate;          // YYMM
-  std::string strStartDate;           // YYMM
+  int32_t lEntryMethodCode = 4;  // 0 keyed, 1 swiped, 2 chip, 3 tapped, 4 none
+  int32_t lMode = 0;             // 1 programmatic authorisation
+  std::string strPan;            // card number (masked when it came back from the server)
+  std::string strTrack;          // magnetic track data read by the till
+  std::string strExpiryDate;     // YYMM
+  std::string strStartDate;      // YYMM
   std::string strIssueNumber;
   std::string strCv2;
-  int32_t lCv2Present = 0;            // 1 when strCv2 holds the digits from the card's back
-  std::string strAddressDigits;       // numeric part of the cardholder's address
-  std::string strPostcode;            // blanks removed
-  std::string strReferenceText;       // operator's reference, printed "REF : "
-  int32_t lTransactionTypeCode = 0;   // 1 sale, 2 with cashback, 3 cash advance, 4 pre-auth,
-                                      // 5 final auth, 6 refund, 7 cheque auth, 8, 9 refund family
-  std::string strAmount;              // minor units
-  std::string strCashbackAmount;      // minor units
-  std::string strGratuityAmount;      // minor units
-  std::string strCurrencyCode;        // ISO numeric or alpha, as the settings hold it
+  int32_t lCv2Present = 0;           // 1 when strCv2 holds the digits from the card's back
+  std::string strAddressDigits;      // numeric part of the cardholder's address
+  std::string strPostcode;           // blanks removed
+  std::string strReferenceText;      // operator's reference, printed "REF : "
+  int32_t lTransactionTypeCode = 0;  // 1 sale, 2 with cashback, 3 cash advance, 4 pre-auth,
+                                     // 5 final auth, 6 refund, 7 cheque auth, 8, 9 refund family
+  std::string strAmount;             // minor units
+  std::string strCashbackAmount;     // minor units
+  std::string strGratuityAmount;     // minor units
+  std::string strCurrencyCode;       // ISO numeric or alpha, as the settings hold it
   int32_t lCurrencyExponent = 2;
-  std::string strReference;           // the till's reference of the sale
-  int32_t lCustomerPresence = 1;      // 1 customer present, other values not present
+  std::string strReference;       // the till's reference of the sale
+  int32_t lCustomerPresence = 1;  // 1 customer present, other values not present
 
   // --- fuel card details entered ---
   int32_t lMileage = 0;
@@ -71,43 +71,43 @@ class QlTransaction {
   std::string strSupplierId;
 
   // --- outcome ---
-  int32_t lStatus = 0;                // 1 authorised, 2 referred, 3 declined, 0 none
+  int32_t lStatus = 0;  // 1 authorised, 2 referred, 3 declined, 0 none
   std::string strAuthCode;
   std::string strResponseText;
   int32_t lTransRefNo = 0;
-  int32_t lProcessingState = 0;       // 2: processed offline by the terminal
-  int32_t lAuthSource = 0;            // 1,6 device, 2 online, 3,7 voice, 4 pre-authorised, 5 stand-in
-  int32_t lCvmCode = 0;               // 0 none, 1 and 2 PIN, 3 signature, 4 PIN and signature,
-                                      // 5 cardholder device
+  int32_t lProcessingState = 0;  // 2: processed offline by the terminal
+  int32_t lAuthSource = 0;       // 1,6 device, 2 online, 3,7 voice, 4 pre-authorised, 5 stand-in
+  int32_t lCvmCode = 0;          // 0 none, 1 and 2 PIN, 3 signature, 4 PIN and signature,
+                                 // 5 cardholder device
   bool bCancelled = false;
-  std::string strCv2AvsResult;        // CV2 and address check text
-  std::string strAvailableSpend;      // minor units, contactless cards that report it
-  std::string strToken;               // card token; never written to a file
+  std::string strCv2AvsResult;    // CV2 and address check text
+  std::string strAvailableSpend;  // minor units, contactless cards that report it
+  std::string strToken;           // card token; never written to a file
   std::string strBatchNo;
-  std::string strTransDate;           // YYMMDD of the server's record
-  std::string strTransTime;           // HHMMSS of the server's record
+  std::string strTransDate;  // YYMMDD of the server's record
+  std::string strTransTime;  // HHMMSS of the server's record
 
   // --- merchant and card identity ---
   std::string strTerminalId;
   std::string strMerchantNo;
   std::string strSchemeName;
-  int32_t lCardType = 0;              // 0 payment card, 1 fuel card
+  int32_t lCardType = 0;  // 0 payment card, 1 fuel card
 
   // --- chip ---
   std::string strAid;
   std::string strAppLabel;
   std::string strAppPreferredName;
-  std::string strCryptogram;          // application cryptogram (TC or AAC)
+  std::string strCryptogram;  // application cryptogram (TC or AAC)
   std::string strPanSeqNo;
   std::array<std::string, QL_EMV_COUNT> strEmvValues{};  // by QlEmvValue
 
   // --- currency conversion ---
-  std::string strCurrencyText;        // printed before amounts ("GBP", "EUR" ...)
-  std::string strBaseCurrencyText;    // till currency text on converted transactions
-  std::string strBaseAmount;          // minor units of the till currency
+  std::string strCurrencyText;      // printed before amounts ("GBP", "EUR" ...)
+  std::string strBaseCurrencyText;  // till currency text on converted transactions
+  std::string strBaseAmount;        // minor units of the till currency
   std::string strExchangeRate;
-  int32_t lTransCurrencyExponent = 2; // decimals of the converted amount
-  int32_t lConversionState = 0;       // 1 offered, 2 accepted (amount converted), 3 refused
+  int32_t lTransCurrencyExponent = 2;  // decimals of the converted amount
+  int32_t lConversionState = 0;        // 1 offered, 2 accepted (amount converted), 3 refused
   std::string strConversionStatement;
 
   // --- which details each receipt copy prints ---

@@ -52,7 +52,9 @@ constexpr std::array<uint8_t, 128> kCp1252ToCp437 = {
     0x3F, 0xA4, 0x95, 0xA2, 0x93, 0x3F, 0x94, 0xF6, 0x3F, 0x97, 0xA3, 0x96, 0x81, 0x3F, 0x3F, 0x98,
 };
 
-std::string ErrnoText() { return std::strerror(errno); }
+std::string ErrnoText() {
+  return std::strerror(errno);
+}
 
 // Waits for `events` on fd; false when the time ran out.
 bool WaitFor(int fd, short events, int32_t timeout_ms) {
@@ -78,8 +80,9 @@ class FdLink : public PrinterLink {
       if (!WaitFor(fd_, POLLOUT, timeout_ms_)) {
         throw CodedFailure(OPOS_E_TIMEOUT, "The printer stopped taking data");
       }
-      const ssize_t n = is_socket_ ? send(fd_, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL)
-                                   : write(fd_, bytes.data() + done, bytes.size() - done);
+      const ssize_t n = is_socket_
+                            ? send(fd_, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL)
+                            : write(fd_, bytes.data() + done, bytes.size() - done);
       if (n < 0) {
         if (errno == EINTR || errno == EAGAIN) continue;
         throw CodedFailure(OPOS_E_FAILURE, "Connection lost - " + ErrnoText());
@@ -119,7 +122,8 @@ std::unique_ptr<PrinterLink> ConnectTcp(const PrinterMapping& m, int32_t timeout
   std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> list(found, freeaddrinfo);
   std::string last_error = "No address";
   for (const addrinfo* a = found; a != nullptr; a = a->ai_next) {
-    const int fd = socket(a->ai_family, a->ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK, a->ai_protocol);
+    const int fd =
+        socket(a->ai_family, a->ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK, a->ai_protocol);
     if (fd < 0) ThrowErrno();
     auto link = std::make_unique<FdLink>(fd, m.timeout_ms);
     link->set_socket();
@@ -172,7 +176,8 @@ class SerialLink : public PrinterLink {
   }
   std::optional<uint8_t> ReadByte(int32_t) override {
     std::string got;
-    if (serial_.ReadData(got, 1) != 0) throw CodedFailure(OPOS_E_FAILURE, serial_.strErrorMessage());
+    if (serial_.ReadData(got, 1) != 0)
+      throw CodedFailure(OPOS_E_FAILURE, serial_.strErrorMessage());
     if (got.empty()) return std::nullopt;
     return static_cast<uint8_t>(got[0]);
   }
@@ -251,7 +256,8 @@ void EscPosPrinter::CheckStatus() {
   const std::optional<uint8_t> status = link_->ReadByte(mapping_->timeout_ms);
   if (!status) throw CodedFailure(OPOS_E_TIMEOUT, "The printer did not answer a status request");
   // Bits 1 and 4 are always set and bit 7 clear in a printer status byte.
-  if ((*status & 0x93) != 0x12) throw CodedFailure(OPOS_E_FAILURE, "Unexpected answer from the printer");
+  if ((*status & 0x93) != 0x12)
+    throw CodedFailure(OPOS_E_FAILURE, "Unexpected answer from the printer");
   if ((*status & 0x08) != 0) throw CodedFailure(OPOS_E_OFFLINE, "The printer is offline");
 }
 
@@ -304,7 +310,8 @@ int32_t EscPosPrinter::PrintNormal(int32_t lStation, const std::string& strData)
   if (lStation != PTR_S_RECEIPT) {
     return Fail(OPOS_E_ILLEGAL, "PrintNormal: " + Describe() + " has only a receipt station");
   }
-  return Run("PrintNormal", OPOS_E_FAILURE, [&] { Send(ToDeviceText(strData, mapping_->codepage)); });
+  return Run("PrintNormal", OPOS_E_FAILURE,
+             [&] { Send(ToDeviceText(strData, mapping_->codepage)); });
 }
 
 int32_t EscPosPrinter::CutPaper(int32_t lPercentage) {

@@ -55,7 +55,6 @@ class EscPosPrinter : public PosPrinter {
   [[nodiscard]] int32_t ResultCode() const override { return result_code_; }
   [[nodiscard]] const std::string& strErrorMessage() const override { return error_message_; }
 
-
  private:
   // The text as the printer receives it: line ends as LF, characters in the mapping's
   // code page.

@@ -96,9 +96,9 @@ class ReportText {
   void AddSequence(const TTillInformation& till, const std::string& date_name,
                    const std::string& title, const std::vector<TReportTotals>& totals,
                    int32_t exponent) {
-    for (const std::string* line : {&till.strMerchantName, &till.strAddressLine1,
-                                    &till.strAddressLine2, &till.strAddressLine3,
-                                    &till.strSitePhoneNumber}) {
+    for (const std::string* line :
+         {&till.strMerchantName, &till.strAddressLine1, &till.strAddressLine2,
+          &till.strAddressLine3, &till.strSitePhoneNumber}) {
       if (!line->empty()) Add(*line);
     }
     // The server names its data files TMP_YYYYMMDD_HHMMSS.txt.
@@ -112,15 +112,19 @@ class ReportText {
     int64_t count = 0, sale = 0, cashback = 0, refund = 0;
     for (const TReportTotals& group : totals) {
       Add(Dashes());
-      Add(TReceipt::JoinLeftRight(UpperCase(group.strGroupName), "COUNT=" + std::to_string(group.lCount)));
+      Add(TReceipt::JoinLeftRight(UpperCase(group.strGroupName),
+                                  "COUNT=" + std::to_string(group.lCount)));
       Add(Dashes());
       Add(TReceipt::JoinLeftRight("SALE", TReceipt::FormatAmount(group.lSaleTotal, exponent)));
       if (group.lCashbackTotal > 0) {
-        Add(TReceipt::JoinLeftRight("CASHBACK", TReceipt::FormatAmount(group.lCashbackTotal, exponent)));
+        Add(TReceipt::JoinLeftRight("CASHBACK",
+                                    TReceipt::FormatAmount(group.lCashbackTotal, exponent)));
       }
-      Add(TReceipt::JoinLeftRight("REFUND", "-" + TReceipt::FormatAmount(group.lRefundTotal, exponent)));
+      Add(TReceipt::JoinLeftRight("REFUND",
+                                  "-" + TReceipt::FormatAmount(group.lRefundTotal, exponent)));
       Add(Dashes());
-      const int32_t net = Checked(int64_t{group.lSaleTotal} + group.lCashbackTotal - group.lRefundTotal);
+      const int32_t net =
+          Checked(int64_t{group.lSaleTotal} + group.lCashbackTotal - group.lRefundTotal);
       Add(TReceipt::JoinLeftRight("TOTAL", TReceipt::FormatAmount(net, exponent)));
       Add(Dashes());
       Add("");
@@ -138,12 +142,15 @@ class ReportText {
     Add(Dashes());
     Add(TReceipt::JoinLeftRight("TOTAL COUNT", std::to_string(Checked(count))));
     Add(TReceipt::JoinLeftRight("TOTAL SALE", TReceipt::FormatAmount(Checked(sale), exponent)));
-    Add(TReceipt::JoinLeftRight("TOTAL CASHBACK", TReceipt::FormatAmount(Checked(cashback), exponent)));
-    Add(TReceipt::JoinLeftRight("TOTAL REFUND", "-" + TReceipt::FormatAmount(Checked(refund), exponent)));
+    Add(TReceipt::JoinLeftRight("TOTAL CASHBACK",
+                                TReceipt::FormatAmount(Checked(cashback), exponent)));
+    Add(TReceipt::JoinLeftRight("TOTAL REFUND",
+                                "-" + TReceipt::FormatAmount(Checked(refund), exponent)));
     Add(Dashes());
-    Add(TReceipt::JoinLeftRight("TOTAL", TReceipt::FormatAmount(Checked(Checked(sale) + int64_t{Checked(cashback)} -
-                                                    Checked(refund)),
-                                            exponent)));
+    Add(TReceipt::JoinLeftRight(
+        "TOTAL",
+        TReceipt::FormatAmount(
+            Checked(Checked(sale) + int64_t{Checked(cashback)} - Checked(refund)), exponent)));
     Add(Dashes());
     Add(TReceipt::CentreText("END OF REPORT"));
     Add(Dashes());
@@ -194,7 +201,8 @@ int32_t TGenerateReport::PopulateTotalStructure(const std::string& strDataFilePa
         group.lSaleTotal = Checked(int64_t{group.lSaleTotal} + ParseAmount(fields[3], line_no));
       }
       if (kind == "B") {
-        group.lCashbackTotal = Checked(int64_t{group.lCashbackTotal} + ParseAmount(fields[4], line_no));
+        group.lCashbackTotal =
+            Checked(int64_t{group.lCashbackTotal} + ParseAmount(fields[4], line_no));
       }
       if (kind == "F") {
         group.lRefundTotal = Checked(int64_t{group.lRefundTotal} + ParseAmount(fields[3], line_no));
@@ -219,8 +227,9 @@ int32_t TGenerateReport::WriteReportFile(const TTillInformation& oTillInfo,
     ReportText text;
     std::vector<TReportTotals> totals;
     if (PopulateTotalStructure(folder + strDataFile, totals) != kSuccess) return kFailure;
-    text.AddSequence(oTillInfo, strDataFile, bXReport ? "CREDIT CARD X-REPORT" : "CREDIT CARD Z-REPORT",
-                     totals, lCurrencyExponent);
+    text.AddSequence(oTillInfo, strDataFile,
+                     bXReport ? "CREDIT CARD X-REPORT" : "CREDIT CARD Z-REPORT", totals,
+                     lCurrencyExponent);
     if (!strFuelDataFile.empty()) {
       std::vector<TReportTotals> fuel;
       if (PopulateTotalStructure(folder + strFuelDataFile, fuel) != kSuccess) return kFailure;
@@ -234,7 +243,8 @@ int32_t TGenerateReport::WriteReportFile(const TTillInformation& oTillInfo,
       return kSuccess;
     }
 
-    const std::string path = folder + "RPT_" + (strDataFile.size() > 4 ? strDataFile.substr(4) : "");
+    const std::string path =
+        folder + "RPT_" + (strDataFile.size() > 4 ? strDataFile.substr(4) : "");
     FileSystem fs;
     int32_t handle = 0;
     fs.OpenFile(path, 1, handle);
@@ -266,8 +276,8 @@ int32_t TGenerateReport::GenerateReport(PosPrinter* oPrinter, const TTillInforma
                                         const std::string& strDataFile,
                                         const std::string& strFuelDataFile, bool bXReport) {
   const int32_t exponent = Shared().lBaseCurrencyExponent;
-  if (WriteReportFile(oTillInfo, strReportLocation, strDataFile, strFuelDataFile, bXReport, exponent,
-                      false) != kSuccess) {
+  if (WriteReportFile(oTillInfo, strReportLocation, strDataFile, strFuelDataFile, bXReport,
+                      exponent, false) != kSuccess) {
     return kFailure;
   }
   return PrintReport(oPrinter, report_file_);

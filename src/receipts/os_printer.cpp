@@ -23,7 +23,9 @@ class NoDriver : public OsPrinter {
 
 }  // namespace
 
-void InstallOsPrinterFactory(OsPrinterFactory factory) { InstalledFactory() = std::move(factory); }
+void InstallOsPrinterFactory(OsPrinterFactory factory) {
+  InstalledFactory() = std::move(factory);
+}
 
 std::unique_ptr<OsPrinter> CreateOsPrinter() {
   if (InstalledFactory()) {

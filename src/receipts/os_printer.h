@@ -12,8 +12,8 @@
 namespace ccaddin {
 
 struct OsPrinterFont {
-  std::string strName;   // family; empty leaves the driver's fixed-pitch default
-  int32_t lSize = 0;     // points; 0 or less leaves the default size
+  std::string strName;  // family; empty leaves the driver's fixed-pitch default
+  int32_t lSize = 0;    // points; 0 or less leaves the default size
   bool bBold = false;
 };
 

@@ -65,12 +65,14 @@ PrinterMapping ReadEntry(const json& entry) {
     m.kind = PrinterMapping::Kind::kTcp;
     const std::string rest = m.device.substr(6);
     const size_t colon = rest.rfind(':');
-    if (colon == std::string::npos || colon == 0) throw Failure("\"device\" must read tcp://host:port");
+    if (colon == std::string::npos || colon == 0)
+      throw Failure("\"device\" must read tcp://host:port");
     m.host = rest.substr(0, colon);
     const std::string port = rest.substr(colon + 1);
     char* end = nullptr;
     const long n = std::strtol(port.c_str(), &end, 10);
-    if (port.empty() || *end != '\0' || n < 1 || n > 65535) throw Failure("bad TCP port in \"device\"");
+    if (port.empty() || *end != '\0' || n < 1 || n > 65535)
+      throw Failure("bad TCP port in \"device\"");
     m.port = static_cast<uint16_t>(n);
     m.status_check = true;
   } else if (m.device.rfind("serial:", 0) == 0) {

@@ -47,7 +47,9 @@ std::string Upper(std::string text) {
   return text;
 }
 
-bool SameIgnoringCase(const std::string& a, const std::string& b) { return Upper(a) == Upper(b); }
+bool SameIgnoringCase(const std::string& a, const std::string& b) {
+  return Upper(a) == Upper(b);
+}
 
 // An amount field: whole minor units. An empty field counts as nothing; anything that is
 // not a whole number is refused rather than printed as a wrong amount.
@@ -68,7 +70,8 @@ int64_t AmountOf(const std::string& field) {
 }
 
 std::string Money(int64_t amount, int32_t exponent) {
-  if (amount < std::numeric_limits<int32_t>::min() || amount > std::numeric_limits<int32_t>::max()) {
+  if (amount < std::numeric_limits<int32_t>::min() ||
+      amount > std::numeric_limits<int32_t>::max()) {
     throw Failure("Overflow");
   }
   return TextBoxFormat::FormatCurrencyDown(static_cast<int32_t>(amount),
@@ -77,45 +80,64 @@ std::string Money(int64_t amount, int32_t exponent) {
 
 std::string EntryMethodName(int32_t code) {
   switch (code) {
-    case kEntryKeyed: return "KEYED";
-    case kEntrySwiped: return "SWIPED";
-    case kEntryChip: return "ICC";
-    case kEntryContactless: return "CONTACTLESS";
-    default: return "";
+    case kEntryKeyed:
+      return "KEYED";
+    case kEntrySwiped:
+      return "SWIPED";
+    case kEntryChip:
+      return "ICC";
+    case kEntryContactless:
+      return "CONTACTLESS";
+    default:
+      return "";
   }
 }
 
 std::string AuthSourceText(int32_t code) {
   switch (code) {
     case 1:
-    case 6: return "DEVICE GENERATED";
-    case 2: return "ONLINE";
+    case 6:
+      return "DEVICE GENERATED";
+    case 2:
+      return "ONLINE";
     case 3:
-    case 7: return "VOICE AUTH";
-    case 4: return "PRE-AUTHORISED";
-    case 5: return "STAND-iN";
-    default: return "";
+    case 7:
+      return "VOICE AUTH";
+    case 4:
+      return "PRE-AUTHORISED";
+    case 5:
+      return "STAND-iN";
+    default:
+      return "";
   }
 }
 
 std::string VerificationText(int32_t cvm, int32_t result) {
   switch (cvm) {
     case 1:
-    case 2: return "PIN VERIFIED";
-    case 3: return result == kResultDeclined ? "" : "SIGNATURE";
-    case 4: return "PIN AND SIGNATURE";
-    case 5: return "CARDHOLDER DEVICE";
-    default: return "NO VERIFICATION";
+    case 2:
+      return "PIN VERIFIED";
+    case 3:
+      return result == kResultDeclined ? "" : "SIGNATURE";
+    case 4:
+      return "PIN AND SIGNATURE";
+    case 5:
+      return "CARDHOLDER DEVICE";
+    default:
+      return "NO VERIFICATION";
   }
 }
 
 // The dump's labels by bit; printed in the order of kDumpOrder.
 constexpr const char* kDumpLabels[QL_EMV_COUNT] = {
-    "AppLabel:",   "PrefAppLabel:", "TransCryptoGram:", "Tvr:",      "ResponseCode:",
-    "CryptoAmt:",  "CryptoType:",   "TermTransDate:",   "UnpredictableNo:", "Iad:",
-    "Auc:",        "Cid:",          "Cvnr:",            "AppVersion:", "Tsi:",
-    "TermType:",   "TermCaps:",     "IacDenial:",       "IacOnline:",  "IacDefault:",
-    "DfName:",     "PanSeqNo:",     "APPID:"};
+    "AppLabel:",   "PrefAppLabel:",  "TransCryptoGram:",
+    "Tvr:",        "ResponseCode:",  "CryptoAmt:",
+    "CryptoType:", "TermTransDate:", "UnpredictableNo:",
+    "Iad:",        "Auc:",           "Cid:",
+    "Cvnr:",       "AppVersion:",    "Tsi:",
+    "TermType:",   "TermCaps:",      "IacDenial:",
+    "IacOnline:",  "IacDefault:",    "DfName:",
+    "PanSeqNo:",   "APPID:"};
 
 }  // namespace
 
@@ -148,63 +170,65 @@ int32_t TReceipt::WriteReceiptFile(const QlTransaction& oTrans, const TTillInfor
   receipt_.clear();
   bool spoilt = false;
   std::string file_path;
-  const int32_t result = Trap(error_message_, "TReceipt.WrtieReceiptFile() Failed - ", int32_t{1},
-                              [&]() -> int32_t {
-    memory_only_ = bMemoryOnly;
-    short_name_ = !strFileName.empty()
-                      ? strFileName
-                      : MakeShortFileName(oTillInfo, oTrans.lTransRefNo, CurrentEnv()->Now());
-    long_name_ = MakeLongFileName(short_name_, bMerchantCopy, bDuplicate);
+  const int32_t result =
+      Trap(error_message_, "TReceipt.WrtieReceiptFile() Failed - ", int32_t{1}, [&]() -> int32_t {
+        memory_only_ = bMemoryOnly;
+        short_name_ = !strFileName.empty()
+                          ? strFileName
+                          : MakeShortFileName(oTillInfo, oTrans.lTransRefNo, CurrentEnv()->Now());
+        long_name_ = MakeLongFileName(short_name_, bMerchantCopy, bDuplicate);
 
-    if (!memory_only_) {
-      const std::string folder = CreditCardCommon::AddTrailingBackslash(strReceiptFolder);
-      // Make the folder and any missing parents, so that a new receipt location set in
-      // the settings works without a visit from an engineer.
-      if (!folder.empty()) {
-        std::string path;
-        for (size_t pos = 0; (pos = folder.find('/', pos + 1)) != std::string::npos;) {
-          path = folder.substr(0, pos);
-          if (!file_system_.FolderExists(path)) (void)file_system_.CreateFolder(path);
+        if (!memory_only_) {
+          const std::string folder = CreditCardCommon::AddTrailingBackslash(strReceiptFolder);
+          // Make the folder and any missing parents, so that a new receipt location set in
+          // the settings works without a visit from an engineer.
+          if (!folder.empty()) {
+            std::string path;
+            for (size_t pos = 0; (pos = folder.find('/', pos + 1)) != std::string::npos;) {
+              path = folder.substr(0, pos);
+              if (!file_system_.FolderExists(path)) (void)file_system_.CreateFolder(path);
+            }
+          }
+          // An empty folder setting names no folder: the receipt must not land wherever the
+          // till's working directory happens to be.
+          file_path = folder + long_name_;
+          if (!folder.empty()) file_system_.OpenFile(file_path, 1, file_handle_);
+          if (file_handle_ < 1) {
+            file_handle_ = 0;
+            error_message_ = "Failed opening receipt file";
+            return 1;
+          }
         }
-      }
-      // An empty folder setting names no folder: the receipt must not land wherever the
-      // till's working directory happens to be.
-      file_path = folder + long_name_;
-      if (!folder.empty()) file_system_.OpenFile(file_path, 1, file_handle_);
-      if (file_handle_ < 1) {
-        file_handle_ = 0;
-        error_message_ = "Failed opening receipt file";
-        return 1;
-      }
-    }
 
-    const CreditCardCommon& shared = Shared();
-    const Composition c{oTrans,
-                        oTillInfo,
-                        bMerchantCopy,
-                        bDuplicate,
-                        bMerchantCopy ? shared.bPrintMerchantHeader : shared.bPrintCustomerHeader,
-                        shared.bRefundSigOnMerchCopy,
-                        shared.lDumpEmvBitmap,
-                        shared.bMileagePrompted,
-                        shared.bRegPrompted,
-                        shared.bSuppIdPrompted,
-                        shared.oProductInfo.get()};
+        const CreditCardCommon& shared = Shared();
+        const Composition c{
+            oTrans,
+            oTillInfo,
+            bMerchantCopy,
+            bDuplicate,
+            bMerchantCopy ? shared.bPrintMerchantHeader : shared.bPrintCustomerHeader,
+            shared.bRefundSigOnMerchCopy,
+            shared.lDumpEmvBitmap,
+            shared.bMileagePrompted,
+            shared.bRegPrompted,
+            shared.bSuppIdPrompted,
+            shared.oProductInfo.get()};
 
-    spoilt |= !PrintMerchDetails(c);
-    AddBlankLines(1);
-    AddLine(CentreText(Upper("Please keep this copy for your records")));
-    AddBlankLines(1);
-    spoilt |= !PrintDateTimeReceiptID(c);
-    if (!oTrans.strReferenceText.empty()) AddLine(JoinLeftRight("REF : ", oTrans.strReferenceText));
-    spoilt |= !PrintCardNameExpDate(c);
-    AddBlankLines(1);
-    spoilt |= !PrintTransAmountDetails(c);
-    spoilt |= !PrintTrailor(c);
-    AddBlankLines(1);
-    AddLine(CentreText(bMerchantCopy ? "MERCHANT COPY" : "CUSTOMER COPY"));
-    return 0;
-  });
+        spoilt |= !PrintMerchDetails(c);
+        AddBlankLines(1);
+        AddLine(CentreText(Upper("Please keep this copy for your records")));
+        AddBlankLines(1);
+        spoilt |= !PrintDateTimeReceiptID(c);
+        if (!oTrans.strReferenceText.empty())
+          AddLine(JoinLeftRight("REF : ", oTrans.strReferenceText));
+        spoilt |= !PrintCardNameExpDate(c);
+        AddBlankLines(1);
+        spoilt |= !PrintTransAmountDetails(c);
+        spoilt |= !PrintTrailor(c);
+        AddBlankLines(1);
+        AddLine(CentreText(bMerchantCopy ? "MERCHANT COPY" : "CUSTOMER COPY"));
+        return 0;
+      });
   const bool opened = file_handle_ > 0;
   if (opened) {
     file_system_.CloseFile(file_handle_);
@@ -239,18 +263,17 @@ void TReceipt::WordWrap(const std::string& strText) {
 bool TReceipt::PrintMerchDetails(const Composition& c) {
   return Trap(error_message_, "TReceipt.PrintMerchDetails() Failed - ", false, [&] {
     if (c.print_header) {
-      for (const std::string* line : {&c.till.strMerchantName, &c.till.strAddressLine1,
-                                      &c.till.strAddressLine2, &c.till.strAddressLine3,
-                                      &c.till.strSitePhoneNumber}) {
+      for (const std::string* line :
+           {&c.till.strMerchantName, &c.till.strAddressLine1, &c.till.strAddressLine2,
+            &c.till.strAddressLine3, &c.till.strSitePhoneNumber}) {
         if (!line->empty()) AddLine(*line);
       }
     }
     AddBlankLines(1);
     if (!c.till.strTillNumber.empty() || !c.till.strReceiptNumber.empty()) {
-      AddLine(JoinLeftRight(c.till.strTillNumber.empty() ? "" : "TILL : " + c.till.strTillNumber,
-                            c.till.strReceiptNumber.empty()
-                                ? ""
-                                : "RCPT NO: " + c.till.strReceiptNumber));
+      AddLine(JoinLeftRight(
+          c.till.strTillNumber.empty() ? "" : "TILL : " + c.till.strTillNumber,
+          c.till.strReceiptNumber.empty() ? "" : "RCPT NO: " + c.till.strReceiptNumber));
     }
     AddLine(JoinLeftRight("MID  : " + MaskKeepLast(c.trans.strMerchantNo, 5),
                           "TID  : " + MaskKeepLast(c.trans.strTerminalId, 4)));
@@ -263,7 +286,8 @@ bool TReceipt::PrintDateTimeReceiptID(const Composition& c) {
     const std::string date = PadExtract::PadString(std::to_string(dtDate.day), 2, 2) + "/" +
                              PadExtract::PadString(std::to_string(dtDate.month), 2, 2) + "/" +
                              PadExtract::PadString(std::to_string(dtDate.year % 100), 2, 2);
-    std::string time = strTime.substr(0, 2) + ":" + (strTime.size() > 2 ? strTime.substr(2, 2) : "");
+    std::string time =
+        strTime.substr(0, 2) + ":" + (strTime.size() > 2 ? strTime.substr(2, 2) : "");
     if (time.size() < 5) time.insert(0, 5 - time.size(), ' ');
     AddLine(JoinLeftRight(date + " " + time,
                           PadExtract::PadString(std::to_string(c.trans.lTransRefNo), 2, 8)));
@@ -283,24 +307,25 @@ bool TReceipt::PrintCardNameExpDate(const Composition& c) {
     const bool contactless = t.lEntryMethodCode == kEntryContactless;
 
     if (contactless) {
-      const std::string label = !t.strAppPreferredName.empty() ? t.strAppPreferredName : t.strAppLabel;
+      const std::string label =
+          !t.strAppPreferredName.empty() ? t.strAppPreferredName : t.strAppLabel;
       AddLine(Upper(t.strSchemeName) + " CONTACTLESS");
       if (!label.empty() && !SameIgnoringCase(label, t.strSchemeName)) AddLine(label);
     } else if (chip) {
       const std::string label = !t.strAppPreferredName.empty() ? t.strAppPreferredName
-                                : !t.strAppLabel.empty()        ? t.strAppLabel
-                                                                : t.strSchemeName;
-      AddLine(label != t.strSchemeName
-                  ? JoinLeftRight(Upper(t.strSchemeName), "(" + label + ")")
-                  : Upper(t.strSchemeName));
+                                : !t.strAppLabel.empty()       ? t.strAppLabel
+                                                               : t.strSchemeName;
+      AddLine(label != t.strSchemeName ? JoinLeftRight(Upper(t.strSchemeName), "(" + label + ")")
+                                       : Upper(t.strSchemeName));
     } else {
       AddLine(t.strSchemeName);
     }
 
     if (chip || contactless) {
       if (!t.strAid.empty()) AddLine("APP ID: " + t.strAid);
-      const std::string expiry =
-          !t.strExpiryDate.empty() && print_expiry ? "EXPIRY: " + FormatCardDate(t.strExpiryDate) : "";
+      const std::string expiry = !t.strExpiryDate.empty() && print_expiry
+                                     ? "EXPIRY: " + FormatCardDate(t.strExpiryDate)
+                                     : "";
       const std::string start =
           !t.strStartDate.empty() && print_start ? "START: " + FormatCardDate(t.strStartDate) : "";
       const std::string sequence = !t.strPanSeqNo.empty() ? "PAN SEQ: " + t.strPanSeqNo : "";
@@ -313,7 +338,8 @@ bool TReceipt::PrintCardNameExpDate(const Composition& c) {
       }
       if (chip) {
         if (!t.strCryptogram.empty()) {
-          AddLine(JoinLeftRight((t.lStatus == kResultDeclined ? "AAC: " : "TC: ") + t.strCryptogram, ""));
+          AddLine(JoinLeftRight((t.lStatus == kResultDeclined ? "AAC: " : "TC: ") + t.strCryptogram,
+                                ""));
         }
         PrintChipDataDump(c);
       }
@@ -329,9 +355,8 @@ bool TReceipt::PrintCardNameExpDate(const Composition& c) {
     const std::string start = !t.strStartDate.empty() && print_start
                                   ? "START DATE : " + FormatCardDate(TrimLeft(t.strStartDate))
                                   : "";
-    const std::string issue = !t.strIssueNumber.empty() && print_issue
-                                  ? "ISSUE NO : " + TrimLeft(t.strIssueNumber)
-                                  : "";
+    const std::string issue =
+        !t.strIssueNumber.empty() && print_issue ? "ISSUE NO : " + TrimLeft(t.strIssueNumber) : "";
     if (!start.empty()) {
       AddLine(JoinLeftRight(start, issue));
     } else if (!issue.empty()) {
@@ -362,16 +387,15 @@ bool TReceipt::PrintTransAmountDetails(const Composition& c) {
       const char* cancelled;
       bool cancelled_on_own_line;
     };
-    static constexpr TypeLines kTypes[] = {
-        {"SALE", "SALE (CANCELLED)", false},
-        {"SALE WITH CASH", nullptr, true},
-        {"CASH ADVANCE", "CASH ADV (CANCELLED)", false},
-        {"PRE AUTH", "PRE AUTH (CANCELLED)", false},
-        {"FINAL SALE", nullptr, true},
-        {"REFUND", "REFUND (CANCELLED)", false},
-        {"CHEQUE AUTH", nullptr, true},
-        {"PRE AUTH", "PRE AUTH (CANCELLED)", false},
-        {"FINAL REFUND", nullptr, true}};
+    static constexpr TypeLines kTypes[] = {{"SALE", "SALE (CANCELLED)", false},
+                                           {"SALE WITH CASH", nullptr, true},
+                                           {"CASH ADVANCE", "CASH ADV (CANCELLED)", false},
+                                           {"PRE AUTH", "PRE AUTH (CANCELLED)", false},
+                                           {"FINAL SALE", nullptr, true},
+                                           {"REFUND", "REFUND (CANCELLED)", false},
+                                           {"CHEQUE AUTH", nullptr, true},
+                                           {"PRE AUTH", "PRE AUTH (CANCELLED)", false},
+                                           {"FINAL REFUND", nullptr, true}};
     if (type >= 1 && type <= 9) {
       const TypeLines& lines = kTypes[type - 1];
       if (!t.bCancelled) {
@@ -487,7 +511,8 @@ bool TReceipt::PrintTrailor(const Composition& c) {
           break;
         }
         PrintSignatureLines(c);
-        if (Trim(t.strAuthCode).empty() || Upper(t.strResponseText).find("BAL") != std::string::npos) {
+        if (Trim(t.strAuthCode).empty() ||
+            Upper(t.strResponseText).find("BAL") != std::string::npos) {
           AddLine(Upper(t.strResponseText));
         } else {
           AddLine(Upper("AUTH CODE:" + t.strAuthCode));

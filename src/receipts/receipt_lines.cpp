@@ -89,11 +89,16 @@ std::vector<std::string> TReceipt::WrapWords(const std::string& strText) {
 std::string TReceipt::FormatAmount(int32_t lAmount, int32_t lExponent) {
   if (lAmount == 0) {
     switch (lExponent) {
-      case 0: return "0";
-      case 1: return "0.0";
-      case 2: return "0.00";
-      case 3: return "0.000";
-      default: return "";
+      case 0:
+        return "0";
+      case 1:
+        return "0.0";
+      case 2:
+        return "0.00";
+      case 3:
+        return "0.000";
+      default:
+        return "";
     }
   }
   return TextBoxFormat::FormatCurrencyDown(lAmount, static_cast<int16_t>(lExponent));

@@ -50,8 +50,12 @@ bool RmsPosPrinter::ReadFlag(const char* operation, const char* member) {
   return flag;
 }
 
-bool RmsPosPrinter::Claimed() { return ReadFlag("Claimed", "Claimed"); }
-bool RmsPosPrinter::DeviceEnabled() { return ReadFlag("DeviceEnabled", "DeviceEnabled"); }
+bool RmsPosPrinter::Claimed() {
+  return ReadFlag("Claimed", "Claimed");
+}
+bool RmsPosPrinter::DeviceEnabled() {
+  return ReadFlag("DeviceEnabled", "DeviceEnabled");
+}
 
 int32_t RmsPosPrinter::ClaimDevice(int32_t lTimeout) {
   return Run("ClaimDevice", [&] {

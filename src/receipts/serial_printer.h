@@ -21,7 +21,7 @@ struct SerialPrinterSettings {
   int32_t lPrinterdatabits = 0;
   double dPrinterStopbit = 0;
   int32_t lPrinterFlowControl = 0;
-  std::string strPrinterCutPaper;  // hexadecimal, two digits a byte
+  std::string strPrinterCutPaper;     // hexadecimal, two digits a byte
   std::string strConfigFileLocation;  // folder of "DirectSerialComms.log"
 };
 

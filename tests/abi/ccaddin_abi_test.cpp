@@ -80,9 +80,9 @@ constexpr const char* kTrans = "TamberinCcAddin.TTransactionInfo";
 constexpr const char* kProbe = "TamberinCcAddin.TAbiProbe";
 
 TEST(AbiCreate, EveryRegisteredClassByProgramIdentifierIgnoringCase) {
-  for (const char* id : {kTill, kTrans, "TamberinCcAddin.TNonGuiTransactionHook",
-                         "TamberinCcAddin.TNonGuiTransactionHook2",
-                         "tamberinccaddin.ttillinformation"}) {
+  for (const char* id :
+       {kTill, kTrans, "TamberinCcAddin.TNonGuiTransactionHook",
+        "TamberinCcAddin.TNonGuiTransactionHook2", "tamberinccaddin.ttillinformation"}) {
     ccaddin_object* obj = nullptr;
     EXPECT_EQ(ccaddin_create(id, &obj), CCADDIN_OK) << id;
     EXPECT_NE(obj, nullptr);

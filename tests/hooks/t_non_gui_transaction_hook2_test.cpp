@@ -102,8 +102,8 @@ TEST_F(HookTest, ChipSaleIsAuthorisedSavedUnderItsReferenceAndConfirmed) {
   // The till confirms a day later: the receipts keep the authorisation's date.
   env_.SetNow(MakeDateTime(2026, 1, 16, 9, 0, 0));
   TTransactionInfo confirmed;
-  ASSERT_TRUE(hook_.ConfirmTransaction(CONFIRMTYPE_AUTHORISED, reference, "123456", till_,
-                                       confirmed))
+  ASSERT_TRUE(
+      hook_.ConfirmTransaction(CONFIRMTYPE_AUTHORISED, reference, "123456", till_, confirmed))
       << hook_.strErrorMessage();
   EXPECT_NE(confirmed.strCustomerReceipt.find("15/01/26"), std::string::npos)
       << confirmed.strCustomerReceipt;
@@ -262,7 +262,8 @@ TEST_F(HookTest, ConfirmReadsOnlyTransactionsInsideTheReceiptFolder) {
   TTransactionInfo confirmed;
   EXPECT_FALSE(hook_.ConfirmTransaction(CONFIRMTYPE_AUTHORISED, "notatrans", "", till_, confirmed));
   // A short reference still confirms, dated today and without a time.
-  fs::copy_file(receipts() / (hook_.strTransactionReference() + ".rcpt"), receipts() / "short.rcpt");
+  fs::copy_file(receipts() / (hook_.strTransactionReference() + ".rcpt"),
+                receipts() / "short.rcpt");
   env_.SetNow(MakeDateTime(2026, 2, 3, 8, 0, 0));
   ASSERT_TRUE(hook_.ConfirmTransaction(CONFIRMTYPE_DECLINED, "short", "", till_, confirmed))
       << hook_.strErrorMessage();

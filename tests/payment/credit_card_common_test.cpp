@@ -26,7 +26,8 @@ std::string DistinctStoredText(const SettingDef& setting) {
   return std::visit(
       [&](auto member) -> std::string {
         using M = std::remove_cvref_t<decltype(TCcAddinRegistry{}.*member)>;
-        if constexpr (std::is_same_v<M, std::string>) return "text" + std::to_string(setting.number);
+        if constexpr (std::is_same_v<M, std::string>)
+          return "text" + std::to_string(setting.number);
         if constexpr (std::is_same_v<M, int32_t>) return std::to_string(1000 + setting.number);
         if constexpr (std::is_same_v<M, bool>) return setting.number % 2 == 0 ? "1" : "0";
         return "2";
@@ -74,7 +75,8 @@ TEST(CreditCardCommonLoad, EveryUsedSettingArrivesInTheMemberOfItsName) {
   }
   EXPECT_EQ(compared, 78);
   std::set<std::string_view> names;
-  for (const SharedConfigurationField& field : SharedConfigurationFields()) names.insert(field.property);
+  for (const SharedConfigurationField& field : SharedConfigurationFields())
+    names.insert(field.property);
   EXPECT_EQ(names.size(), kSharedConfigurationFieldCount) << "a member is listed twice";
   EXPECT_EQ(loaded.strQuaylinkClientId, "text12");
   EXPECT_EQ(loaded.lPrintReceiptsBitmap, 1036);
@@ -119,7 +121,8 @@ TEST(CreditCardCommonLoad, PrinterControlSequencesAreDecodedFromHex) {
   Shared().LoadConfiguration();
   EXPECT_EQ(Shared().strPrintNormalControl, "\x1B\x45\xFF");
   EXPECT_EQ(Shared().strPrintBoldControl, "");
-  EXPECT_TRUE(Shared().strErrorMessage().starts_with("CreditCardCommon.HexToControlString() Failed - "))
+  EXPECT_TRUE(
+      Shared().strErrorMessage().starts_with("CreditCardCommon.HexToControlString() Failed - "))
       << Shared().strErrorMessage();
 }
 
@@ -264,9 +267,9 @@ TEST(CreditCardCommonText, ExtractTrack2FindsTheSentinelsTheSettingsName) {
       {"3b", "3f", ";" + track + "?", ";" + track + "?"},
       // End sentinel before the start: nothing.
       {"3B", "3F", "?xxxxxxxxxxxxxxxxxxxx;12345", ""},
-      {"3B", "3F", track + "xxxx", ""},            // no sentinels at all
+      {"3B", "3F", track + "xxxx", ""},                                // no sentinels at all
       {"3B", "3F", ";4761739001010010=25?", ";4761739001010010=25?"},  // exactly 21
-      {"3B", "3F", ";476173900101001=25?", ""},                          // 20: too short
+      {"3B", "3F", ";476173900101001=25?", ""},                        // 20: too short
       // Custom sentinels: the last of each.
       {"2A", "23", "*old*" + track + "#", ";" + track + "?"},
       {"2A", "23", "*" + track + "#*", ""},  // last start after the last end
@@ -325,8 +328,7 @@ TEST(CreditCardCommonHandOver, ClientReceiptsKeepCustomerCopiesAndMerchantCopies
 
   s.bObscureCardNumber = false;
   s.AddClientReceipt(RECEIPTTYPE_MERCHANTAUTHORISED, merchant, pan, true);
-  EXPECT_EQ(s.oClientReceipts[3].strText,
-            "CARD 4761 7390 0101 0010\nAGAIN 4761 7390 0101 0010");
+  EXPECT_EQ(s.oClientReceipts[3].strText, "CARD 4761 7390 0101 0010\nAGAIN 4761 7390 0101 0010");
   EXPECT_TRUE(s.oClientReceipts[3].bSignatureRequired);
   // Without a card number nothing is put back (and no star is lost).
   s.AddClientReceipt(RECEIPTTYPE_MERCHANTCANCELLED, "CARD ****", "", false);

@@ -58,7 +58,8 @@ class FillTest : public ::testing::Test {
     Shared().FillTransactionInfo(info, tender_index);
     return info;
   }
-  TTransactionInfo Programmatic(const QlTransaction& t, TTransactionInfo info = TTransactionInfo{}) {
+  TTransactionInfo Programmatic(const QlTransaction& t,
+                                TTransactionInfo info = TTransactionInfo{}) {
     Shared().FillTransactionInfoFromTrans(t, info);
     return info;
   }

@@ -54,11 +54,10 @@ TEST(PrintDecision, BitmapSuppressesOneKindPerBit) {
     int32_t bitmap;
     std::string printed;
   };
-  for (const Case& c : {Case{0, "111111"}, Case{1, "111111"}, Case{2, "011111"},
-                        Case{4, "101111"}, Case{8, "110111"}, Case{16, "111011"},
-                        Case{32, "111101"}, Case{64, "111110"}, Case{3, "011111"},
-                        Case{126, "000000"}, Case{127, "000000"}, Case{128, "111111"},
-                        Case{-1, "000000"}}) {
+  for (const Case& c : {Case{0, "111111"}, Case{1, "111111"}, Case{2, "011111"}, Case{4, "101111"},
+                        Case{8, "110111"}, Case{16, "111011"}, Case{32, "111101"},
+                        Case{64, "111110"}, Case{3, "011111"}, Case{126, "000000"},
+                        Case{127, "000000"}, Case{128, "111111"}, Case{-1, "000000"}}) {
     Shared().lPrintReceiptsBitmap = c.bitmap;
     EXPECT_EQ(Printed(kChipPinSale), c.printed) << "bitmap " << c.bitmap;
   }

@@ -63,35 +63,91 @@ const std::map<std::string, Op>& Ops() {
     auto f = [] { return &CurrentQlFactory(); };
     std::map<std::string, Op> m;
     m["Login.Login"] = {"ProcessLogin", [](QlSimSession& s, TProcessQlRequest& r) {
-      int32_t x = -1; r.ProcessLogin(*s.login, "M", "C", "P", x); return x; }};
+                          int32_t x = -1;
+                          r.ProcessLogin(*s.login, "M", "C", "P", x);
+                          return x;
+                        }};
     m["Login.Logout"] = {"ProcessLogout", [](QlSimSession& s, TProcessQlRequest& r) {
-      int32_t x = -1; r.ProcessLogout(*s.login, x); return x; }};
+                           int32_t x = -1;
+                           r.ProcessLogout(*s.login, x);
+                           return x;
+                         }};
     m["CardEnquiry.Enquire"] = {"ProcessCardEqnuiry", [f](QlSimSession&, TProcessQlRequest& r) {
-      auto o = f()->CreateCardEnquiry(); int32_t x = -1; r.ProcessCardEnquiry(*o, 0, "", "", 2, x); return x; }};
-    m["TransactionStart.Start"] = {"ProcessStartTransaction", [f](QlSimSession&, TProcessQlRequest& r) {
-      auto o = f()->CreateTransactionStart(); int32_t x = -1;
-      r.ProcessStartTransaction(*o, "826", 100, 0, 0, 1, "S", "A", "EN", "D", false, true, true, true, x); return x; }};
+                                  auto o = f()->CreateCardEnquiry();
+                                  int32_t x = -1;
+                                  r.ProcessCardEnquiry(*o, 0, "", "", 2, x);
+                                  return x;
+                                }};
+    m["TransactionStart.Start"] = {
+        "ProcessStartTransaction", [f](QlSimSession&, TProcessQlRequest& r) {
+          auto o = f()->CreateTransactionStart();
+          int32_t x = -1;
+          r.ProcessStartTransaction(*o, "826", 100, 0, 0, 1, "S", "A", "EN", "D", false, true, true,
+                                    true, x);
+          return x;
+        }};
     m["DccEnquiry.Enquire"] = {"ProcessDccEnquiry", [f](QlSimSession&, TProcessQlRequest& r) {
-      auto o = f()->CreateDccEnquiry(); int32_t x = -1; r.ProcessDccEnquiry(*o, x); return x; }};
+                                 auto o = f()->CreateDccEnquiry();
+                                 int32_t x = -1;
+                                 r.ProcessDccEnquiry(*o, x);
+                                 return x;
+                               }};
     m["Processor.Process"] = {"ProcessTransaction", [f](QlSimSession&, TProcessQlRequest& r) {
-      auto o = f()->CreateTransactionProcessor(); auto t = QlSimSession::Sale(500); int32_t x = -1;
-      r.ProcessTransaction(*o, t, x); return x; }};
+                                auto o = f()->CreateTransactionProcessor();
+                                auto t = QlSimSession::Sale(500);
+                                int32_t x = -1;
+                                r.ProcessTransaction(*o, t, x);
+                                return x;
+                              }};
     m["Processor.AnswerPinBypass"] = {"ProcessPinBypass", [f](QlSimSession&, TProcessQlRequest& r) {
-      auto o = f()->CreateTransactionProcessor(); QlTransaction t; int32_t x = -1;
-      r.ProcessPinBypass(*o, t, true, x); return x; }};
+                                        auto o = f()->CreateTransactionProcessor();
+                                        QlTransaction t;
+                                        int32_t x = -1;
+                                        r.ProcessPinBypass(*o, t, true, x);
+                                        return x;
+                                      }};
     m["Confirm.Confirm"] = {"ProcessConfirm", [f](QlSimSession&, TProcessQlRequest& r) {
-      auto o = f()->CreateConfirm(); QlTransaction t; int32_t x = -1; r.ProcessConfirm(*o, t, "C", 1, "", 0, x); return x; }};
-    m["FuelBalance.Enquire"] = {"ProcessFuelBalanceEnquiry", [f](QlSimSession&, TProcessQlRequest& r) {
-      auto o = f()->CreateFuelBalance(); int32_t x = -1; r.ProcessFuelBalanceEnquiry(*o, "826", "", x); return x; }};
+                              auto o = f()->CreateConfirm();
+                              QlTransaction t;
+                              int32_t x = -1;
+                              r.ProcessConfirm(*o, t, "C", 1, "", 0, x);
+                              return x;
+                            }};
+    m["FuelBalance.Enquire"] = {"ProcessFuelBalanceEnquiry",
+                                [f](QlSimSession&, TProcessQlRequest& r) {
+                                  auto o = f()->CreateFuelBalance();
+                                  int32_t x = -1;
+                                  r.ProcessFuelBalanceEnquiry(*o, "826", "", x);
+                                  return x;
+                                }};
     m["ReceiptInfo.Request"] = {"ProcessReceiptInfo", [f](QlSimSession&, TProcessQlRequest& r) {
-      auto o = f()->CreateReceiptInfo(); QlTransaction t; int32_t x = -1; r.ProcessReceiptInfo(*o, t, "", -1, x); return x; }};
-    m["CloseBatch.Request"] = {"ProcessCloseBatchRequest", [f](QlSimSession&, TProcessQlRequest& r) {
-      auto o = f()->CreateCloseBatch(); int32_t x = -1; r.ProcessCloseBatchRequest(*o, x); return x; }};
+                                  auto o = f()->CreateReceiptInfo();
+                                  QlTransaction t;
+                                  int32_t x = -1;
+                                  r.ProcessReceiptInfo(*o, t, "", -1, x);
+                                  return x;
+                                }};
+    m["CloseBatch.Request"] = {"ProcessCloseBatchRequest",
+                               [f](QlSimSession&, TProcessQlRequest& r) {
+                                 auto o = f()->CreateCloseBatch();
+                                 int32_t x = -1;
+                                 r.ProcessCloseBatchRequest(*o, x);
+                                 return x;
+                               }};
     m["Report.Request"] = {"ProcessReportRequest", [f](QlSimSession& s, TProcessQlRequest& r) {
-      auto o = f()->CreateReport(); int32_t x = -1;
-      r.ProcessReportRequest(*o, s.dir.folder(), "TMP_20260115_103000.txt", x); return x; }};
-    m["FuelProductEnquiry.Request"] = {"ProcessFuelProductEnquiry", [f](QlSimSession&, TProcessQlRequest& r) {
-      auto o = f()->CreateFuelProductEnquiry(); int32_t x = -1; r.ProcessFuelProductEnquiry(*o, "", "CARD", 1, "", x); return x; }};
+                             auto o = f()->CreateReport();
+                             int32_t x = -1;
+                             r.ProcessReportRequest(*o, s.dir.folder(), "TMP_20260115_103000.txt",
+                                                    x);
+                             return x;
+                           }};
+    m["FuelProductEnquiry.Request"] = {"ProcessFuelProductEnquiry",
+                                       [f](QlSimSession&, TProcessQlRequest& r) {
+                                         auto o = f()->CreateFuelProductEnquiry();
+                                         int32_t x = -1;
+                                         r.ProcessFuelProductEnquiry(*o, "", "CARD", 1, "", x);
+                                         return x;
+                                       }};
     return m;
   }();
   return ops;
@@ -130,8 +186,12 @@ TEST(ProcessQlRequestConnect, LibraryAnswersMapToResultsAndOnlineState) {
     QlSimSession s(c.config);
     TProcessQlRequest req;
     EXPECT_EQ(Connect(s, req), c.expected);
-    if (c.expected == 0) { EXPECT_FALSE(req.bConnectedOnline()); }
-    if (c.text) { EXPECT_EQ(req.strErrorMessage(), c.text); }
+    if (c.expected == 0) {
+      EXPECT_FALSE(req.bConnectedOnline());
+    }
+    if (c.text) {
+      EXPECT_EQ(req.strErrorMessage(), c.text);
+    }
   }
 }
 
@@ -205,20 +265,48 @@ TEST(ProcessQlRequestResults, EveryLibraryAnswerMapsToItsLayerResult) {
     int32_t expected;
   };
   const Case cases[] = {
-      {"Login.Login", 0, 2},                {"Login.Login", 2, 5},               {"Login.Login", 3, 5},
-      {"Login.Login", 4, 5},                {"Login.Login", 5, 5},               {"Login.Logout", 0, 0},
-      {"Login.Logout", 1, 2},               {"CardEnquiry.Enquire", 0, 0},       {"CardEnquiry.Enquire", 1, 1},
-      {"CardEnquiry.Enquire", 2, 6},        {"CardEnquiry.Enquire", 3, 0},       {"CardEnquiry.Enquire", 4, 7},
-      {"CardEnquiry.Enquire", 9, 0},        {"TransactionStart.Start", 0, 0},    {"TransactionStart.Start", 5, 1},
-      {"DccEnquiry.Enquire", 0, 0},         {"DccEnquiry.Enquire", 3, 1},        {"Processor.Process", 0, 0},
-      {"Processor.Process", 1, 1},          {"Processor.Process", 2, 6},         {"Processor.Process", 3, 8},
-      {"Processor.Process", 4, 7},          {"Processor.Process", 5, 9},         {"Processor.Process", 6, 0},
-      {"Processor.AnswerPinBypass", 0, 0},  {"Processor.AnswerPinBypass", 1, 1}, {"Processor.AnswerPinBypass", 2, 4},
-      {"Processor.AnswerPinBypass", 3, 4},  {"FuelBalance.Enquire", 0, 0},       {"FuelBalance.Enquire", 1, 4},
-      {"FuelBalance.Enquire", 2, 4},        {"ReceiptInfo.Request", 0, 0},       {"ReceiptInfo.Request", 1, 1},
-      {"ReceiptInfo.Request", 2, 0},        {"CloseBatch.Request", 0, 0},        {"CloseBatch.Request", 1, 1},
-      {"CloseBatch.Request", 3, 0},         {"Report.Request", 0, 0},            {"Report.Request", 1, 1},
-      {"Report.Request", 2, 0},             {"FuelProductEnquiry.Request", 0, 0}, {"FuelProductEnquiry.Request", 1, 1},
+      {"Login.Login", 0, 2},
+      {"Login.Login", 2, 5},
+      {"Login.Login", 3, 5},
+      {"Login.Login", 4, 5},
+      {"Login.Login", 5, 5},
+      {"Login.Logout", 0, 0},
+      {"Login.Logout", 1, 2},
+      {"CardEnquiry.Enquire", 0, 0},
+      {"CardEnquiry.Enquire", 1, 1},
+      {"CardEnquiry.Enquire", 2, 6},
+      {"CardEnquiry.Enquire", 3, 0},
+      {"CardEnquiry.Enquire", 4, 7},
+      {"CardEnquiry.Enquire", 9, 0},
+      {"TransactionStart.Start", 0, 0},
+      {"TransactionStart.Start", 5, 1},
+      {"DccEnquiry.Enquire", 0, 0},
+      {"DccEnquiry.Enquire", 3, 1},
+      {"Processor.Process", 0, 0},
+      {"Processor.Process", 1, 1},
+      {"Processor.Process", 2, 6},
+      {"Processor.Process", 3, 8},
+      {"Processor.Process", 4, 7},
+      {"Processor.Process", 5, 9},
+      {"Processor.Process", 6, 0},
+      {"Processor.AnswerPinBypass", 0, 0},
+      {"Processor.AnswerPinBypass", 1, 1},
+      {"Processor.AnswerPinBypass", 2, 4},
+      {"Processor.AnswerPinBypass", 3, 4},
+      {"FuelBalance.Enquire", 0, 0},
+      {"FuelBalance.Enquire", 1, 4},
+      {"FuelBalance.Enquire", 2, 4},
+      {"ReceiptInfo.Request", 0, 0},
+      {"ReceiptInfo.Request", 1, 1},
+      {"ReceiptInfo.Request", 2, 0},
+      {"CloseBatch.Request", 0, 0},
+      {"CloseBatch.Request", 1, 1},
+      {"CloseBatch.Request", 3, 0},
+      {"Report.Request", 0, 0},
+      {"Report.Request", 1, 1},
+      {"Report.Request", 2, 0},
+      {"FuelProductEnquiry.Request", 0, 0},
+      {"FuelProductEnquiry.Request", 1, 1},
       {"FuelProductEnquiry.Request", 2, 0},
   };
   for (const auto& c : cases) {
@@ -241,8 +329,9 @@ TEST(ProcessQlRequestResults, EveryLibraryAnswerMapsToItsLayerResult) {
 // counts only for authorisation and the PIN bypass answer. A failed balance enquiry is 4.
 TEST(ProcessQlRequestLostConnection, ErrorCodesMapToTwoOrOnePerOperation) {
   const std::pair<const char*, bool> ops[] = {
-      {"CardEnquiry.Enquire", false}, {"TransactionStart.Start", false}, {"DccEnquiry.Enquire", false},
-      {"Processor.Process", true},    {"ReceiptInfo.Request", false},    {"CloseBatch.Request", false},
+      {"CardEnquiry.Enquire", false}, {"TransactionStart.Start", false},
+      {"DccEnquiry.Enquire", false},  {"Processor.Process", true},
+      {"ReceiptInfo.Request", false}, {"CloseBatch.Request", false},
       {"Report.Request", false},      {"FuelProductEnquiry.Request", false},
   };
   for (const auto& [fault, wide] : ops) {
@@ -260,7 +349,8 @@ TEST(ProcessQlRequestLostConnection, ErrorCodesMapToTwoOrOnePerOperation) {
 
   for (int32_t code : {10200, 30056, 999}) {
     SCOPED_TRACE(code);
-    QlSimSession s(R"({"card":"visa_pin_bypass",)" + FaultConfig("Processor.AnswerPinBypass", 1, code).substr(1));
+    QlSimSession s(R"({"card":"visa_pin_bypass",)" +
+                   FaultConfig("Processor.AnswerPinBypass", 1, code).substr(1));
     TProcessQlRequest req({false, false, 0});
     ASSERT_EQ(s.Open(req), 0);
     ASSERT_EQ(s.StartAndEnquire(req, 500), 0);
@@ -274,15 +364,18 @@ TEST(ProcessQlRequestLostConnection, ErrorCodesMapToTwoOrOnePerOperation) {
 TEST(ProcessQlRequestTrap, LibraryErrorsBecomeFourWithTheOperationName) {
   for (const auto& [fault, op] : Ops()) {
     SCOPED_TRACE(fault);
-    QlSimSession s(R"({"faults":[{"operation":")" + fault + R"(","raise":true,"errorText":"Automation error"}]})");
+    QlSimSession s(R"({"faults":[{"operation":")" + fault +
+                   R"(","raise":true,"errorText":"Automation error"}]})");
     TProcessQlRequest r;
     ASSERT_EQ(Connect(s, r), 0);
     int32_t result = -1;
     if (fault != "Login.Login") r.ProcessLogin(*s.login, "M", "C", "P", result);
     EXPECT_EQ(op.run(s, r), 4);
-    EXPECT_EQ(r.strErrorMessage(), std::string("TProcessQlRequest.") + op.name + "() Failed - Automation error");
+    EXPECT_EQ(r.strErrorMessage(),
+              std::string("TProcessQlRequest.") + op.name + "() Failed - Automation error");
   }
-  QlSimSession s(R"({"faults":[{"operation":"Session.Connect","raise":true,"errorText":"Class not registered"}]})");
+  QlSimSession s(
+      R"({"faults":[{"operation":"Session.Connect","raise":true,"errorText":"Class not registered"}]})");
   TProcessQlRequest r;
   EXPECT_EQ(Connect(s, r), 4);
   EXPECT_EQ(r.strErrorMessage(), "TProcessQlRequest.Connect() Failed - Class not registered");
@@ -296,15 +389,20 @@ TEST(ProcessQlRequestCardEnquiry, ResultsByCard) {
     int32_t result;
     int32_t data_type;
   };
-  for (const auto& c : {Case{"visa_chip_pin", 0, 2}, Case{"visa_contactless", 0, 3}, Case{"visa_swipe", 0, 1},
-                        Case{"mc_fallback", 6, 0}, Case{"mc_must_swipe", 6, 0}, Case{"discover_not_accepted", 1, 0}}) {
+  for (const auto& c : {Case{"visa_chip_pin", 0, 2}, Case{"visa_contactless", 0, 3},
+                        Case{"visa_swipe", 0, 1}, Case{"mc_fallback", 6, 0},
+                        Case{"mc_must_swipe", 6, 0}, Case{"discover_not_accepted", 1, 0}}) {
     SCOPED_TRACE(c.card);
     QlSimSession s(std::string(R"({"card":")") + c.card + "\"}");
     TProcessQlRequest r;
     ASSERT_EQ(s.Open(r), 0);
     EXPECT_EQ(s.StartAndEnquire(r, 1000), c.result);
-    if (c.result == 0) { EXPECT_EQ(s.enquiry->lCardDataType, c.data_type); }
-    if (c.result == 1) { EXPECT_EQ(r.strErrorMessage(), "CARD NOT ACCEPTED"); }
+    if (c.result == 0) {
+      EXPECT_EQ(s.enquiry->lCardDataType, c.data_type);
+    }
+    if (c.result == 1) {
+      EXPECT_EQ(r.strErrorMessage(), "CARD NOT ACCEPTED");
+    }
   }
 }
 
@@ -356,10 +454,12 @@ TEST(ProcessQlRequestStart, BlankAddressSendsTheMerchantNameTwice) {
   TProcessQlRequest r;
   RecordingStart start;
   int32_t result = -1;
-  r.ProcessStartTransaction(start, "826", 100, 0, 0, 1, "CORNER SHOP", "   ", "EN", "PED", false, true, true, true, result);
+  r.ProcessStartTransaction(start, "826", 100, 0, 0, 1, "CORNER SHOP", "   ", "EN", "PED", false,
+                            true, true, true, result);
   EXPECT_EQ(result, 0);
   EXPECT_EQ(start.sent_address, "CORNER SHOP");
-  r.ProcessStartTransaction(start, "826", 100, 0, 0, 1, "CORNER SHOP", "1 HIGH ST", "EN", "PED", false, true, true, true, result);
+  r.ProcessStartTransaction(start, "826", 100, 0, 0, 1, "CORNER SHOP", "1 HIGH ST", "EN", "PED",
+                            false, true, true, true, result);
   EXPECT_EQ(start.sent_address, "1 HIGH ST");
 }
 
@@ -369,10 +469,12 @@ TEST(ProcessQlRequestStart, InvalidRequestsAndContactlessCapability) {
   ASSERT_EQ(s.Open(r), 0);
   auto start = CurrentQlFactory().CreateTransactionStart();
   int32_t result = -1;
-  r.ProcessStartTransaction(*start, "826", -5, 0, 0, 1, "S", "A", "EN", "D", false, true, true, true, result);
+  r.ProcessStartTransaction(*start, "826", -5, 0, 0, 1, "S", "A", "EN", "D", false, true, true,
+                            true, result);
   EXPECT_EQ(result, 1);
   EXPECT_EQ(r.strErrorMessage(), "INVALID TRANSACTION DATA");
-  r.ProcessStartTransaction(*start, "826", 5, 0, 0, 1, "S", "A", "EN", "D", false, true, true, true, result);
+  r.ProcessStartTransaction(*start, "826", 5, 0, 0, 1, "S", "A", "EN", "D", false, true, true, true,
+                            result);
   EXPECT_EQ(result, 0);
   EXPECT_FALSE(start->bContactlessCapable);
   EXPECT_EQ(s.session->GetStatusText(), "INSERT OR SWIPE CARD");
@@ -389,11 +491,14 @@ struct AuthCase {
 
 TEST(ProcessQlRequestTransaction, OutcomesByCardAndMagicAmount) {
   const AuthCase cases[] = {
-      {"visa_chip_pin", 1234, 0, 1},   {"visa_referred", 1234, 0, 2},  {"mc_declined", 1234, 0, 3},
-      {"visa_chip_pin", 10002, 0, 2},  {"visa_chip_pin", 10005, 0, 3}, {"visa_chip_pin", 10004, 6, -1},
-      {"visa_chip_pin", 10006, 7, -1}, {"visa_chip_pin", 10009, 9, -1}, {"visa_chip_pin", 10200, 2, -1},
-      {"visa_chip_pin", 30001, 2, -1}, {"visa_chip_pin", 30003, 2, -1}, {"visa_chip_pin", 30006, 2, -1},
-      {"visa_chip_pin", 30056, 2, -1}, {"visa_chip_pin", 10051, 1, -1}, {"visa_chip_pin", 10003, 0, 3},
+      {"visa_chip_pin", 1234, 0, 1},   {"visa_referred", 1234, 0, 2},
+      {"mc_declined", 1234, 0, 3},     {"visa_chip_pin", 10002, 0, 2},
+      {"visa_chip_pin", 10005, 0, 3},  {"visa_chip_pin", 10004, 6, -1},
+      {"visa_chip_pin", 10006, 7, -1}, {"visa_chip_pin", 10009, 9, -1},
+      {"visa_chip_pin", 10200, 2, -1}, {"visa_chip_pin", 30001, 2, -1},
+      {"visa_chip_pin", 30003, 2, -1}, {"visa_chip_pin", 30006, 2, -1},
+      {"visa_chip_pin", 30056, 2, -1}, {"visa_chip_pin", 10051, 1, -1},
+      {"visa_chip_pin", 10003, 0, 3},
   };
   for (const auto& c : cases) {
     QlSimSession s(std::string(R"({"card":")") + c.card + "\"}");
@@ -406,7 +511,8 @@ TEST(ProcessQlRequestTransaction, OutcomesByCardAndMagicAmount) {
       EXPECT_EQ(t.lStatus, c.status) << c.card << " " << c.amount;
       EXPECT_GT(t.lTransRefNo, 0);
       ASSERT_GE(t.strPan.size(), 4u);
-      EXPECT_EQ(t.strPan.find_first_not_of('*'), t.strPan.size() - 4) << "only the last four digits come back";
+      EXPECT_EQ(t.strPan.find_first_not_of('*'), t.strPan.size() - 4)
+          << "only the last four digits come back";
     }
   }
 }
@@ -446,7 +552,8 @@ TEST(ProcessQlRequestTransaction, AnEnquiryIsAskedForBeforeAuthorising) {
   ASSERT_EQ(s.StartAndEnquire(r, 500), 0);
   r.ProcessTransaction(*p, t, result);
   EXPECT_EQ(result, 4);
-  EXPECT_EQ(r.strErrorMessage(), "TProcessQlRequest.ProcessTransaction() Failed - Amount is not a number: 12x");
+  EXPECT_EQ(r.strErrorMessage(),
+            "TProcessQlRequest.ProcessTransaction() Failed - Amount is not a number: 12x");
 }
 
 TEST(ProcessQlRequestTransaction, PinBypassAutoDeclinedOrAskedAndAnswered) {
@@ -482,7 +589,8 @@ TEST(ProcessQlRequestTransaction, OperatingModesThreeAndFourFetchReceiptData) {
     int32_t amount;
     bool fetches;
   };
-  for (const auto& c : {Case{0, 500, false}, Case{3, 500, true}, Case{4, 500, false}, Case{4, 10010, true}}) {
+  for (const auto& c :
+       {Case{0, 500, false}, Case{3, 500, true}, Case{4, 500, false}, Case{4, 10010, true}}) {
     // A failing receipt request shows whether the layer asked for the receipt data.
     QlSimSession s(FaultConfig("ReceiptInfo.Request", 1, 30006));
     TProcessQlRequest r({false, true, c.mode});
@@ -496,7 +604,8 @@ TEST(ProcessQlRequestTransaction, OperatingModesThreeAndFourFetchReceiptData) {
   ASSERT_EQ(s.Open(r), 0);
   auto start = CurrentQlFactory().CreateTransactionStart();
   int32_t result = -1;
-  r.ProcessStartTransaction(*start, "826", 700, 0, 0, 1, "S", "A", "EN", "D", false, true, true, true, result);
+  r.ProcessStartTransaction(*start, "826", 700, 0, 0, 1, "S", "A", "EN", "D", false, true, true,
+                            true, result);
   auto p = CurrentQlFactory().CreateTransactionProcessor();
   auto t = QlSimSession::Sale(700);
   r.ProcessTransaction(*p, t, result);
@@ -538,7 +647,8 @@ TEST(ProcessQlRequestTransaction, AcceptedCurrencyConversionConvertsTheAmount) {
 
 // ---------------------------------------------------------------- confirm, receipts, batches
 
-int32_t Authorise(QlSimSession& s, TProcessQlRequest& r, int32_t amount, QlTransaction& t, int32_t type = 1) {
+int32_t Authorise(QlSimSession& s, TProcessQlRequest& r, int32_t amount, QlTransaction& t,
+                  int32_t type = 1) {
   int32_t result = s.StartAndEnquire(r, amount, type);
   if (result != 0) return -result;
   auto p = CurrentQlFactory().CreateTransactionProcessor();
@@ -656,7 +766,8 @@ TEST(ProcessQlRequestReport, DataFileListsTheOpenBatchThenTheBatchCloses) {
   EXPECT_EQ(result, 0);
   EXPECT_EQ(report->strDataFile, s.dir.file("TMP_20260115_120000.txt"));
   r.ProcessReportRequest(*report, s.dir.folder(), "", result);
-  EXPECT_EQ(report->strDataFile, s.dir.file("TMP_20260115_103000.txt")) << "named by the (virtual) clock";
+  EXPECT_EQ(report->strDataFile, s.dir.file("TMP_20260115_103000.txt"))
+      << "named by the (virtual) clock";
   r.ProcessReportRequest(*report, s.dir.folder() + "no/such/folder", "TMP_X.txt", result);
   EXPECT_EQ(result, 1);
   EXPECT_NE(r.strErrorMessage().find("CANNOT WRITE REPORT FILE"), std::string::npos);
@@ -681,8 +792,16 @@ TEST(ProcessQlRequestFuel, BalanceAndProductChecks) {
   EXPECT_EQ(s.enquiry->GetFuelPrompt(13), 1);
   EXPECT_EQ(s.enquiry->GetFuelPromptType(13), 4);
   auto products = CurrentQlFactory().CreateFuelProductEnquiry();
-  const std::string diesel = "002\x1C" "5000\x1C" "2500\x1C" "0\x1E";
-  const std::string petrol = "001\x1C" "1000\x1C" "500\x1C" "0\x1E";
+  const std::string diesel =
+      "002\x1C"
+      "5000\x1C"
+      "2500\x1C"
+      "0\x1E";
+  const std::string petrol =
+      "001\x1C"
+      "1000\x1C"
+      "500\x1C"
+      "0\x1E";
   r.ProcessFuelProductEnquiry(*products, diesel, "CARD", 0, "EXTRA", result);
   EXPECT_EQ(result, 0);
   EXPECT_EQ(products->lEnquiryMode, 0);
@@ -830,7 +949,9 @@ TEST(ProcessQlRequestReadme, WorkedExampleRunsAsDocumented) {
 
   std::ostringstream out, err;
   ASSERT_EQ(sim::InspectStore({s.dir.file(s.config_name)}, out, err), 0);
-  EXPECT_NE(out.str().find("4200  VISA        ************5556    AUTHORISED confirmed"), std::string::npos) << out.str();
+  EXPECT_NE(out.str().find("4200  VISA        ************5556    AUTHORISED confirmed"),
+            std::string::npos)
+      << out.str();
 }
 
 // With a demo delay the terminal's texts can be watched while a request runs, as the
@@ -901,18 +1022,32 @@ class CountingFactory : public QlFactory {
   std::unique_ptr<QlSession> CreateSession() override { return sim.CreateSession(); }
   std::unique_ptr<QlParameters> CreateParameters() override { return sim.CreateParameters(); }
   std::unique_ptr<QlLogin> CreateLogin() override { return sim.CreateLogin(); }
-  std::unique_ptr<QlCardReader> CreateCardReader() override { ++readers; return sim.CreateCardReader(); }
-  std::unique_ptr<QlCardReaderStatus> CreateCardReaderStatus() override { return sim.CreateCardReaderStatus(); }
+  std::unique_ptr<QlCardReader> CreateCardReader() override {
+    ++readers;
+    return sim.CreateCardReader();
+  }
+  std::unique_ptr<QlCardReaderStatus> CreateCardReaderStatus() override {
+    return sim.CreateCardReaderStatus();
+  }
   std::unique_ptr<QlCardEnquiry> CreateCardEnquiry() override { return sim.CreateCardEnquiry(); }
-  std::unique_ptr<QlTransactionStart> CreateTransactionStart() override { return sim.CreateTransactionStart(); }
+  std::unique_ptr<QlTransactionStart> CreateTransactionStart() override {
+    return sim.CreateTransactionStart();
+  }
   std::unique_ptr<QlDccEnquiry> CreateDccEnquiry() override { return sim.CreateDccEnquiry(); }
-  std::unique_ptr<QlTransactionProcessor> CreateTransactionProcessor() override { return sim.CreateTransactionProcessor(); }
+  std::unique_ptr<QlTransactionProcessor> CreateTransactionProcessor() override {
+    return sim.CreateTransactionProcessor();
+  }
   std::unique_ptr<QlConfirm> CreateConfirm() override { return sim.CreateConfirm(); }
   std::unique_ptr<QlFuelBalance> CreateFuelBalance() override { return sim.CreateFuelBalance(); }
-  std::unique_ptr<QlReceiptInfo> CreateReceiptInfo() override { ++receipts; return sim.CreateReceiptInfo(); }
+  std::unique_ptr<QlReceiptInfo> CreateReceiptInfo() override {
+    ++receipts;
+    return sim.CreateReceiptInfo();
+  }
   std::unique_ptr<QlCloseBatch> CreateCloseBatch() override { return sim.CreateCloseBatch(); }
   std::unique_ptr<QlReport> CreateReport() override { return sim.CreateReport(); }
-  std::unique_ptr<QlFuelProductEnquiry> CreateFuelProductEnquiry() override { return sim.CreateFuelProductEnquiry(); }
+  std::unique_ptr<QlFuelProductEnquiry> CreateFuelProductEnquiry() override {
+    return sim.CreateFuelProductEnquiry();
+  }
 };
 
 TEST(ProcessQlRequestFactory, InstalledFactoryProvidesTheLayersOwnObjects) {

@@ -69,7 +69,8 @@ TEST(SerialPrinter, FailuresGoToTheSerialErrorLog) {
   const std::string settings = "COM Settings=Port=" + s.strPrinterPort +
                                ", BaudRate=9600, Parity=NONE, Databits=8, Stopbit=1, "
                                "FlowControl=NONE : Error=";
-  EXPECT_NE(log.find("16 Nov 2026: 17:58:01 : " + settings + "Connect() Failed - "), std::string::npos)
+  EXPECT_NE(log.find("16 Nov 2026: 17:58:01 : " + settings + "Connect() Failed - "),
+            std::string::npos)
       << log;
   EXPECT_NE(log.find(settings + "Writedata() Failed - "), std::string::npos) << log;
   EXPECT_NE(log.find(settings + "Disconnect() Failed - "), std::string::npos) << log;

@@ -54,7 +54,8 @@ QlTransaction FullTransaction() {
   t.strAid = "A0000000031010";
   t.strAppLabel = "VISA";
   t.strAppPreferredName = "VISA DEBIT";
-  for (int i = 0; i < QL_EMV_COUNT; ++i) t.strEmvValues[static_cast<size_t>(i)] = "E" + std::to_string(i);
+  for (int i = 0; i < QL_EMV_COUNT; ++i)
+    t.strEmvValues[static_cast<size_t>(i)] = "E" + std::to_string(i);
   t.lProcessingState = 2;
   t.lCurrencyExponent = 3;
   t.bCancelled = true;
@@ -80,8 +81,8 @@ TEST(SerialiseTransInfo, RoundTripThroughAFileKeepsEverythingButTheSensitiveFiel
   dir.Write("0000004711_20261123_0130.rcpt", record);
   const std::string stored = dir.Read("0000004711_20261123_0130.rcpt");
   for (const std::string& secret :
-       {original.strPan, original.strTrack.substr(1, 20), std::string("=2512"),
-        original.strToken, std::string("TKN-"), std::string("PW14RD")}) {
+       {original.strPan, original.strTrack.substr(1, 20), std::string("=2512"), original.strToken,
+        std::string("TKN-"), std::string("PW14RD")}) {
     EXPECT_EQ(stored.find(secret), std::string::npos) << secret;
   }
 
@@ -144,7 +145,8 @@ TEST(SerialiseTransInfo, RecordHasTheFixedPositionsAndEncodings) {
     EXPECT_EQ(fields[static_cast<size_t>(empty)], "") << empty;
   }
   for (int i = 31; i <= 53; ++i) {
-    EXPECT_TRUE(fields[static_cast<size_t>(i)] == "0" || fields[static_cast<size_t>(i)] == "1") << i;
+    EXPECT_TRUE(fields[static_cast<size_t>(i)] == "0" || fields[static_cast<size_t>(i)] == "1")
+        << i;
   }
   EXPECT_EQ(Fields(serialiser.SerialiseObject(QlTransaction{}))[3], "****");
 }

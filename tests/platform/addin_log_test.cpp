@@ -164,32 +164,31 @@ TTransactionInfo AuthorisedChipSale() {
 
 TEST_F(AddinLogTest, EndTransactionWritesTheWholeOutcome) {
   journal_.LogEndTransaction(AuthorisedChipSale());
-  EXPECT_THAT(Lines(),
-              ElementsAreArray({
-                  "OUTPUT : Response                      =Authorised",
-                  "OUTPUT : Cash back amount              =1000 (in lowest denomination)",
-                  "OUTPUT : Customer verification         =Pin verified",
-                  "OUTPUT : Data entry method             =Chip",
-                  "OUTPUT : Transaction Reference         =4711",
-                  "OUTPUT : Authorisation code            =123456",
-                  "OUTPUT : Currency code                 =826",
-                  "OUTPUT : Emv application id            =A0000000031010",
-                  "OUTPUT : Emv application label         =VISA DEBIT",
-                  "OUTPUT : Merchant number               =12345678",
-                  "OUTPUT : Pan first 6 digits            =476173",
-                  "OUTPUT : Pan last 4 digits             =0119",
-                  "OUTPUT : Scheme name                   =VISA",
-                  "OUTPUT : Terminal id                   =22160001",
-                  "OUTPUT : Card Class                    =FUEL",
-                  "OUTPUT : Fuel Bunker Card              =TRUE",
-                  "OUTPUT : Fuel Print Bunker Tottal      =FALSE",
-                  "OUTPUT : Not Allowed Fuel Products     =512 QTY 1 500 EXCLUDED",
-                  "OUTPUT : Customer Mileage              =81234",
-                  "OUTPUT : Customer Registraion          =AB12 CDE",
-                  "OUTPUT : Token                         =TOKEN RETURNED TO CLIENT",
-                  "OUTPUT : Customer Receipt              =  CUSTOMER COPY<CR><LF>SALE<LF>"
-                  "THANK<CR>YOU<CR><LF>",
-              }));
+  EXPECT_THAT(Lines(), ElementsAreArray({
+                           "OUTPUT : Response                      =Authorised",
+                           "OUTPUT : Cash back amount              =1000 (in lowest denomination)",
+                           "OUTPUT : Customer verification         =Pin verified",
+                           "OUTPUT : Data entry method             =Chip",
+                           "OUTPUT : Transaction Reference         =4711",
+                           "OUTPUT : Authorisation code            =123456",
+                           "OUTPUT : Currency code                 =826",
+                           "OUTPUT : Emv application id            =A0000000031010",
+                           "OUTPUT : Emv application label         =VISA DEBIT",
+                           "OUTPUT : Merchant number               =12345678",
+                           "OUTPUT : Pan first 6 digits            =476173",
+                           "OUTPUT : Pan last 4 digits             =0119",
+                           "OUTPUT : Scheme name                   =VISA",
+                           "OUTPUT : Terminal id                   =22160001",
+                           "OUTPUT : Card Class                    =FUEL",
+                           "OUTPUT : Fuel Bunker Card              =TRUE",
+                           "OUTPUT : Fuel Print Bunker Tottal      =FALSE",
+                           "OUTPUT : Not Allowed Fuel Products     =512 QTY 1 500 EXCLUDED",
+                           "OUTPUT : Customer Mileage              =81234",
+                           "OUTPUT : Customer Registraion          =AB12 CDE",
+                           "OUTPUT : Token                         =TOKEN RETURNED TO CLIENT",
+                           "OUTPUT : Customer Receipt              =  CUSTOMER COPY<CR><LF>SALE<LF>"
+                           "THANK<CR>YOU<CR><LF>",
+                       }));
   EXPECT_THAT(dir_.Read("tamberincreditcard.log"), Not(HasSubstr("secret")));
 }
 

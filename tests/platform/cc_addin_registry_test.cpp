@@ -178,7 +178,6 @@ TEST(TCcAddinRegistry, EachValueLandsInItsOwnProperty) {
   EXPECT_TRUE(settings.bE2eeStoreTransactionOnPed);
   EXPECT_EQ(settings.lDumpEmvBitmap, 255);
   EXPECT_EQ(settings.strbaseCurrency, "GBP");
-
 }
 
 TEST(TCcAddinRegistry, WriteRegistryStoresOneSettingInItsTextForm) {
@@ -309,16 +308,16 @@ TEST_F(DeleteReceiptsTest, PurgesAtMostOnceADayAndRecordsTheDay) {
     const char* recorded;  // LastReceiptDeleteDate afterwards; nullptr: not written
   };
   const Case cases[] = {
-      {7, "20260115", false, nullptr},     // already ran today
-      {7, "20260114", true, "20260115"},   // yesterday
-      {7, "", false, "20260115"},          // first run: only the date
-      {0, "20260101", false, nullptr},     // purging switched off
-      {6, "20250101", true, "20260115"},   // new.rcpt is not 7 days old, but is 6
-      {7, "20251301", true, "20260115"},   // month 13 rolls over to 1 January 2026
-      {7, "20260100", true, "20260115"},   // day 0 is the last day of December 2025
-      {7, "20260200", false, nullptr},     // day 0 of February is 31 January: later
-      {7, "20260132", false, nullptr},     // day 32 rolls over to 1 February
-      {7, "garbage!", true, "20260115"},   // nothing converts: day 0 of month 0 of 2000
+      {7, "20260115", false, nullptr},    // already ran today
+      {7, "20260114", true, "20260115"},  // yesterday
+      {7, "", false, "20260115"},         // first run: only the date
+      {0, "20260101", false, nullptr},    // purging switched off
+      {6, "20250101", true, "20260115"},  // new.rcpt is not 7 days old, but is 6
+      {7, "20251301", true, "20260115"},  // month 13 rolls over to 1 January 2026
+      {7, "20260100", true, "20260115"},  // day 0 is the last day of December 2025
+      {7, "20260200", false, nullptr},    // day 0 of February is 31 January: later
+      {7, "20260132", false, nullptr},    // day 32 rolls over to 1 February
+      {7, "garbage!", true, "20260115"},  // nothing converts: day 0 of month 0 of 2000
   };
   for (const Case& c : cases) {
     for (const auto& name : all_) std::filesystem::remove(folder_ + name);

@@ -121,10 +121,10 @@ TEST_F(LoggingTest, LogitShowsControlCharactersAndLogit2WritesThemRaw) {
 
 TEST(ProcessLogMsg, ControlBytesAreNamedAndOthersOutsidePrintableAsciiNumbered) {
   const std::pair<int, const char*> cases[] = {
-      {0, "<NUL>"},   {1, "<SOH>"},   {2, "<STX>"},  {3, "<ETX>"},  {4, "<EOT>"},
-      {5, "<ENQ>"},   {6, "<ACK>"},   {7, "<BEL>"},  {10, "<LF>"},  {13, "<CR>"},
-      {16, "<DLE>"},  {21, "<NAK>"},  {28, "<FS>"},  {30, "<RS>"},  {31, "<US>"},
-      {8, "<ASCII 8>"}, {29, "<ASCII 29>"}, {32, " "}, {126, "~"}, {127, "<ASCII 127>"},
+      {0, "<NUL>"},         {1, "<SOH>"},        {2, "<STX>"}, {3, "<ETX>"}, {4, "<EOT>"},
+      {5, "<ENQ>"},         {6, "<ACK>"},        {7, "<BEL>"}, {10, "<LF>"}, {13, "<CR>"},
+      {16, "<DLE>"},        {21, "<NAK>"},       {28, "<FS>"}, {30, "<RS>"}, {31, "<US>"},
+      {8, "<ASCII 8>"},     {29, "<ASCII 29>"},  {32, " "},    {126, "~"},   {127, "<ASCII 127>"},
       {163, "<ASCII 163>"}, {255, "<ASCII 255>"}};
   for (const auto& [code, shown] : cases) {
     EXPECT_EQ(Logging::ProcessLogMsg(std::string(1, static_cast<char>(code)) + "a"),
@@ -158,7 +158,8 @@ TEST_F(LoggingTest, FilePastOneMebibyteMovesToADatedNameBeforeTheLine) {
     bool archive_wanted;
     bool archived;
   };
-  const Case cases[] = {{1'048'576, true, false}, {1'048'577, true, true}, {2'000'000, false, false}};
+  const Case cases[] = {
+      {1'048'576, true, false}, {1'048'577, true, true}, {2'000'000, false, false}};
   const fs::path archived = dir_.path() / "old" / "20261116_175801_journal.log";
   for (const Case& c : cases) {
     SCOPED_TRACE(::testing::Message() << c.size << " bytes, archiving " << c.archive_wanted);

@@ -11,7 +11,9 @@ const std::vector<std::string> kKeys = {
     "HKEY_LOCAL_MACHINE\\SOFTWARE\\Tamberin\\ccaddin",
     "HKEY_LOCAL_MACHINE\\SOFTWARE\\WOW6432Node\\Tamberin\\ccaddin"};
 
-std::string Utf16File(const std::string& utf8) { return "\xFF\xFE" + Utf8ToUtf16Le(utf8); }
+std::string Utf16File(const std::string& utf8) {
+  return "\xFF\xFE" + Utf8ToUtf16Le(utf8);
+}
 
 std::vector<RegistryChange> MustParse(const std::string& bytes, RegFileFormat* format = nullptr) {
   std::vector<RegistryChange> changes;
@@ -37,9 +39,11 @@ TEST(RegFile, ReadsRegedit4WithEscapesDwordAndHex) {
   const auto changes = MustParse(file, &format);
   EXPECT_EQ(format, RegFileFormat::kRegedit4);
   ASSERT_EQ(changes.size(), 6u);
-  EXPECT_EQ(changes[0].value, (RegistryValue{"ConfigFileLocation", kRegSz, StringValueData("C:\\cfg\\")}));
+  EXPECT_EQ(changes[0].value,
+            (RegistryValue{"ConfigFileLocation", kRegSz, StringValueData("C:\\cfg\\")}));
   EXPECT_EQ(changes[1].value.data, StringValueData("Say \"hello\" caf\xE9"));
-  EXPECT_EQ(changes[2].value, (RegistryValue{"SaveReceipts", kRegDword, std::string("\x0A\0\0\0", 4)}));
+  EXPECT_EQ(changes[2].value,
+            (RegistryValue{"SaveReceipts", kRegDword, std::string("\x0A\0\0\0", 4)}));
   EXPECT_EQ(changes[3].value, (RegistryValue{"Blob", kRegBinary, std::string("\x01\xFF\x00", 3)}));
   EXPECT_EQ(changes[4].value.name, "");
   EXPECT_TRUE(changes[5].remove);
@@ -88,7 +92,9 @@ TEST(RegFile, MalformedFilesStopAtTheFaultyLine) {
       {head + "[-HKEY_LOCAL_MACHINE\\SOFTWARE\\Tamberin\\ccaddin]\n", 4, "removing keys"},
       {head + "[HKEY_LOCAL_MACHINE\\SOFTWARE\n", 4, "closing \"]\""},
       {"REGEDIT4\n\"A\"=\"1\"\n", 2, "before any [key]"},
-      {"\xFF\xFE" "A", 0, "UTF-16"},
+      {"\xFF\xFE"
+       "A",
+       0, "UTF-16"},
       {"\xFE\xFF", 0, "big-endian"},
   };
   for (const Case& c : cases) {
@@ -114,7 +120,7 @@ TEST(RegFile, BothFormatsRoundTripEveryKindOfValue) {
       {"", kRegSz, StringValueData("default")},
       {"Quoted \"name\" \\", kRegSz, StringValueData("C:\\cfg\\ \"x\" caf\xE9 \x80")},
       {"Empty", kRegSz, StringValueData("")},
-      {"NoNul", kRegSz, "abc"},                     // not a plain text: kept as hex(1)
+      {"NoNul", kRegSz, "abc"},  // not a plain text: kept as hex(1)
       {"TwoParts", kRegSz, std::string("a\0b\0", 4)},
       {"Flag", kRegDword, std::string("\x01\x00\x00\x80", 4)},
       {"Short", kRegDword, "\x01"},
@@ -126,8 +132,8 @@ TEST(RegFile, BothFormatsRoundTripEveryKindOfValue) {
   const std::string key = kKeys[0];
   for (const RegFileFormat format : {RegFileFormat::kRegedit4, RegFileFormat::kRegedit5}) {
     const std::string file = WriteRegFile(format, key, values);
-    RegFileFormat seen = format == RegFileFormat::kRegedit4 ? RegFileFormat::kRegedit5
-                                                            : RegFileFormat::kRegedit4;
+    RegFileFormat seen =
+        format == RegFileFormat::kRegedit4 ? RegFileFormat::kRegedit5 : RegFileFormat::kRegedit4;
     const auto changes = MustParse(file, &seen);
     EXPECT_EQ(seen, format);
     ASSERT_EQ(changes.size(), values.size());
@@ -145,9 +151,9 @@ TEST(RegFile, WritesWhatRegeditWrites) {
       {"Blob", kRegBinary, std::string(100, '\x01')},
   };
   const std::string v4 = WriteRegFile(RegFileFormat::kRegedit4, kKeys[0], values);
-  EXPECT_TRUE(v4.starts_with(
-      "REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Tamberin\\ccaddin]\r\n"
-      "\"Mode\"=\"1\"\r\n\"Flag\"=dword:0000000a\r\n\"Blob\"=hex:01,01,"));
+  EXPECT_TRUE(
+      v4.starts_with("REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Tamberin\\ccaddin]\r\n"
+                     "\"Mode\"=\"1\"\r\n\"Flag\"=dword:0000000a\r\n\"Blob\"=hex:01,01,"));
   EXPECT_TRUE(v4.ends_with("01\r\n\r\n"));
   // Long data wraps before column 80, continued with "\" and two spaces.
   size_t start = 0;

@@ -58,7 +58,8 @@ TEST(RegistryStore, KeysFollowRegistryNamingRules) {
   int64_t found = 0;
   ASSERT_EQ(store->CreateKey(kHkeyLocalMachine, kKey, &created), RegStatus::kOk);
   // Case and a trailing backslash do not matter; ancestors exist as keys of their own.
-  EXPECT_EQ(store->OpenKey(kHkeyLocalMachine, "software\\TAMBERIN\\ccaddin", &found), RegStatus::kOk);
+  EXPECT_EQ(store->OpenKey(kHkeyLocalMachine, "software\\TAMBERIN\\ccaddin", &found),
+            RegStatus::kOk);
   EXPECT_EQ(found, created);
   EXPECT_EQ(store->OpenKey(kHkeyLocalMachine, "SOFTWARE\\Tamberin", &found), RegStatus::kOk);
   EXPECT_NE(found, created);
@@ -80,7 +81,8 @@ TEST(RegistryStore, ValuesKeepTypeAndRawBytesAndIgnoreNameCase) {
   const RegistryValue empty{"Empty", kRegBinary, ""};
   ASSERT_EQ(store->SetValue(key, binary), RegStatus::kOk);
   ASSERT_EQ(store->SetValue(key, empty), RegStatus::kOk);
-  ASSERT_EQ(store->SetValue(key, RegistryValue{"Mode", kRegSz, StringValueData("1")}), RegStatus::kOk);
+  ASSERT_EQ(store->SetValue(key, RegistryValue{"Mode", kRegSz, StringValueData("1")}),
+            RegStatus::kOk);
 
   RegistryValue read;
   ASSERT_EQ(store->QueryValue(key, "CAF\xE9", &read), RegStatus::kOk);
@@ -138,7 +140,8 @@ TEST(RegistryStore, ApplyStoresEverythingOrNothing) {
   auto store = CreateStore(path);
   int64_t key = 0;
   ASSERT_EQ(store->CreateKey(kHkeyLocalMachine, kKey, &key), RegStatus::kOk);
-  ASSERT_EQ(store->SetValue(key, RegistryValue{"Old", kRegSz, StringValueData("kept")}), RegStatus::kOk);
+  ASSERT_EQ(store->SetValue(key, RegistryValue{"Old", kRegSz, StringValueData("kept")}),
+            RegStatus::kOk);
   store.reset();
   // Fault injection: the database refuses one particular value.
   Sql(path,

@@ -60,8 +60,8 @@ class SerialLineTest : public ::testing::Test {
 struct MappingCase {
   TConnectionInfo settings;  // port filled in by the test
   int32_t speed;
-  tcflag_t cflags;           // of PARODD | CMSPAR | CSTOPB | CRTSCTS
-  tcflag_t iflags;           // of IXON | IXOFF
+  tcflag_t cflags;  // of PARODD | CMSPAR | CSTOPB | CRTSCTS
+  tcflag_t iflags;  // of IXON | IXOFF
   uint8_t byte_size, parity, stop_bits;
   int32_t dtr_control, rts_control;
   bool cts_flow, dsr_flow;
@@ -78,18 +78,18 @@ TEST_F(SerialLineTest, EveryConnectionSettingReachesTheDevice) {
       {Line("", 9600, 0, 9, 0, 0), 9600, 0, 0, 8, kEvenParity, kOneStopBit, 1, 1, false, false},
       {Line("", 19200, 1, 3, 2, 1), 19200, PARODD | CSTOPB | CRTSCTS, 0, 7, kOddParity,
        kTwoStopBits, 1, 2, true, false},
-      {Line("", 115200, 2, 8, 5, 3), 115200, CSTOPB, IXON | IXOFF, 8, kNoParity, kTwoStopBits, 1,
-       2, false, false},
+      {Line("", 115200, 2, 8, 5, 3), 115200, CSTOPB, IXON | IXOFF, 8, kNoParity, kTwoStopBits, 1, 2,
+       false, false},
       {Line("", 4800, 3, 2, 0, 2), 4800, CMSPAR, 0, 6, kSpaceParity, kOneStopBit, 2, 1, false,
        true},
-      {Line("", 2400, 4, 1, 1, 7), 2400, CMSPAR | PARODD | CSTOPB, 0, 5, kMarkParity,
-       kOne5StopBits, 2, 1, false, true},
+      {Line("", 2400, 4, 1, 1, 7), 2400, CMSPAR | PARODD | CSTOPB, 0, 5, kMarkParity, kOne5StopBits,
+       2, 1, false, true},
       {Line("", 14400, 9, 4, 0, 0), 14400, CMSPAR, 0, 8, kSpaceParity, kOneStopBit, 1, 1, false,
        false},
   };
   for (const MappingCase& c : cases) {
     SCOPED_TRACE(::testing::Message() << "baud " << c.settings.lBaudRate << " parity "
-                                    << c.settings.lParity << " flow " << c.settings.lFlowControl);
+                                      << c.settings.lParity << " flow " << c.settings.lFlowControl);
     // A second descriptor opened before the port is locked sees the same terminal.
     const int observer = open(line_.near().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
     ASSERT_GE(observer, 0);
@@ -157,8 +157,7 @@ TEST(CommState, FramingTranslatesBothWaysAndImpossibleFramingIsRefused) {
 
 TEST_F(SerialLineTest, SettingsLinuxCannotHonourFailConfigure) {
   for (const TConnectionInfo& info :
-       {Line(line_.near(), 9600, 2, 0), Line(line_.near(), 9600, 2, 4, 1),
-        Line(line_.near(), 0)}) {
+       {Line(line_.near(), 9600, 2, 0), Line(line_.near(), 9600, 2, 4, 1), Line(line_.near(), 0)}) {
     TSerial serial;
     serial.Initialise(info);
     ASSERT_EQ(serial.Connect(), 0);

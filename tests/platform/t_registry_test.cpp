@@ -29,8 +29,8 @@ TEST(TRegistry, ReadsOnlyStringValuesCutAtTheirFirstNul) {
     int16_t result;
     const char* value;
   };
-  const Case cases[] = {{"Two", 0, "ab"},         {"Unterminated", 0, "xyz"}, {"Empty", 0, ""},
-                        {"SaveReceipts", 1, ""},  {"Expand", 1, ""},          {"Missing", 1, ""}};
+  const Case cases[] = {{"Two", 0, "ab"},        {"Unterminated", 0, "xyz"}, {"Empty", 0, ""},
+                        {"SaveReceipts", 1, ""}, {"Expand", 1, ""},          {"Missing", 1, ""}};
   TRegistry registry;
   for (const Case& c : cases) {
     std::string value = "left over";
@@ -224,7 +224,8 @@ TEST(TRegistry, TwoProcessesWritingAtOnceLoseNothing) {
   std::string value;
   for (const char id : {'a', 'b'}) {
     for (int i = 0; i < kWrites; ++i) {
-      ASSERT_EQ(registry.GetRegistryValue(kKey, std::string(1, id).append(std::to_string(i)), value), 0);
+      ASSERT_EQ(
+          registry.GetRegistryValue(kKey, std::string(1, id).append(std::to_string(i)), value), 0);
       EXPECT_EQ(value, std::string(200 + i, id));
     }
   }

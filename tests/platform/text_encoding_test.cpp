@@ -28,11 +28,14 @@ TEST(TextEncoding, HighControlRangeFollowsTheCodePageAndUndefinedBytesStayC1) {
 
 TEST(TextEncoding, UnmappableAndMalformedInputBecomesQuestionMarks) {
   bool lossless = true;
-  EXPECT_EQ(Utf8ToWindows1252("a\xE6\x97\xA5" "b", &lossless), "a?b");  // CJK character
+  EXPECT_EQ(Utf8ToWindows1252("a\xE6\x97\xA5"
+                              "b",
+                              &lossless),
+            "a?b");  // CJK character
   EXPECT_FALSE(lossless);
   EXPECT_EQ(Utf8ToWindows1252("\xC3", &lossless), "?");  // truncated sequence
   EXPECT_FALSE(lossless);
-  EXPECT_EQ(Utf8ToWindows1252("\xC0\xAF", &lossless), "??");  // overlong "/"
+  EXPECT_EQ(Utf8ToWindows1252("\xC0\xAF", &lossless), "??");       // overlong "/"
   EXPECT_EQ(Utf8ToWindows1252("\xED\xA0\x80", &lossless), "???");  // encoded surrogate
   EXPECT_FALSE(IsValidUtf8("\xED\xA0\x80"));
   EXPECT_EQ(Utf8ToWindows1252("plain", &lossless), "plain");
@@ -50,10 +53,13 @@ TEST(TextEncoding, Utf16LeRoundTripIncludingSurrogatePairs) {
 
 TEST(TextEncoding, MalformedUtf16IsRejected) {
   std::string out;
-  EXPECT_FALSE(Utf16LeToUtf8(std::string("A\0B", 3), &out));                  // odd length
-  EXPECT_FALSE(Utf16LeToUtf8(std::string("\x3D\xD8" "A\0", 4), &out));       // high alone
-  EXPECT_FALSE(Utf16LeToUtf8(std::string("\x00\xDE", 2), &out));              // low alone
-  EXPECT_FALSE(Utf16LeToUtf8(std::string("\x3D\xD8", 2), &out));              // cut short
+  EXPECT_FALSE(Utf16LeToUtf8(std::string("A\0B", 3), &out));  // odd length
+  EXPECT_FALSE(Utf16LeToUtf8(std::string("\x3D\xD8"
+                                         "A\0",
+                                         4),
+                             &out));                              // high alone
+  EXPECT_FALSE(Utf16LeToUtf8(std::string("\x00\xDE", 2), &out));  // low alone
+  EXPECT_FALSE(Utf16LeToUtf8(std::string("\x3D\xD8", 2), &out));  // cut short
 }
 
 }  // namespace

@@ -35,8 +35,8 @@ std::string Rewrite(const std::string& script, const Site& site = {},
   testing::TempDir dir;
   dir.Write(TTmsCall::kScriptName, script);
   TTmsCall call;
-  call.UpdateTmsScript("M123", "C45", dir.path().string(), site.currency, site.acquirer,
-                       site.fuel, site.swipe_on_till, site.com_port, site.device);
+  call.UpdateTmsScript("M123", "C45", dir.path().string(), site.currency, site.acquirer, site.fuel,
+                       site.swipe_on_till, site.com_port, site.device);
   if (folder_out) *folder_out = dir.folder();
   return dir.Read(TTmsCall::kScriptName);
 }
@@ -61,19 +61,31 @@ TEST(TmsCall, EveryConstantLineTakesItsCanonicalFormWhateverItsCase) {
   const std::string out = Rewrite(script, {}, &l);
   EXPECT_EQ(out,
             "' terminal management\n"
-            "Const ZONTALKEXE=\"" + l + "zontalkclient.exe\"\n"
-            "Const ZONTALCOPYEXE=\"" + l + "zontalkcopyfiles.exe\"\n"
-            "Const CONFIGFILEDIR=\"" + l + "\"\n"
-            "Const COPYFILE_FROMDIR=\"" + l + "work/\"\n"
-            "Const COPYFILE_TODIR=\"" + l + "\"\n"
-            "Const COPYFILE_LOGFILE=\"" + l + "zoncopyfile.log\"\n"
-            "Const QLMERCHANTID=\"M123\"\n"
-            "Const QLCLIENTID=\"C45\"\n"
-            "CONST APPLICATION_DOWNLOADVX810=\"ABCPUBP\"\n"
-            "Const APPLICATION_FUELFILES=\"\"\n"
-            "CONST APPLICATION_OFFLINEFILE=\"XYZUUGE\"\n"
-            "Const COMPORT=1\n"
-            "WScript.Echo ZONTALKEXE\n");
+            "Const ZONTALKEXE=\"" +
+                l +
+                "zontalkclient.exe\"\n"
+                "Const ZONTALCOPYEXE=\"" +
+                l +
+                "zontalkcopyfiles.exe\"\n"
+                "Const CONFIGFILEDIR=\"" +
+                l +
+                "\"\n"
+                "Const COPYFILE_FROMDIR=\"" +
+                l +
+                "work/\"\n"
+                "Const COPYFILE_TODIR=\"" +
+                l +
+                "\"\n"
+                "Const COPYFILE_LOGFILE=\"" +
+                l +
+                "zoncopyfile.log\"\n"
+                "Const QLMERCHANTID=\"M123\"\n"
+                "Const QLCLIENTID=\"C45\"\n"
+                "CONST APPLICATION_DOWNLOADVX810=\"ABCPUBP\"\n"
+                "Const APPLICATION_FUELFILES=\"\"\n"
+                "CONST APPLICATION_OFFLINEFILE=\"XYZUUGE\"\n"
+                "Const COMPORT=1\n"
+                "WScript.Echo ZONTALKEXE\n");
 }
 
 TEST(TmsCall, SiteCodesFollowCurrencyAcquirerBrandSwipeAndDevice) {
@@ -158,8 +170,8 @@ TEST(TmsCall, DoTmsCallStartsTheScriptThroughTheEnv) {
   TTmsCall call;
   call.DoTmsCall("/opt/site");
   call.DoTmsCall("/opt/site/");
-  EXPECT_EQ(env.started(), (std::vector<std::string>{"/opt/site/tmscall.vbs",
-                                                     "/opt/site/tmscall.vbs"}));
+  EXPECT_EQ(env.started(),
+            (std::vector<std::string>{"/opt/site/tmscall.vbs", "/opt/site/tmscall.vbs"}));
   EXPECT_EQ(call.strErrorMessage(), "");
   env.SetStartError("Permission denied");
   call.DoTmsCall("/opt/site");
@@ -185,15 +197,17 @@ TEST(TmsCall, RealStartIsDetachedHiddenAndLeavesNoZombie) {
             "Const() { export \"$1\"; }\n"
             "Const QLMERCHANTID=\"old\"\n"
             "Const COMPORT=1\n"
-            "r=" + report + "\n"
-            "echo \"merchant=$QLMERCHANTID port=$COMPORT\" > $r.tmp\n"
-            "echo \"ppid=$PPID\" >> $r.tmp\n"
-            "echo \"sid=$(cut -d' ' -f6 /proc/$$/stat)\" >> $r.tmp\n"
-            "echo \"stdin=$(readlink /proc/$$/fd/0)\" >> $r.tmp\n"
-            "ls -l /proc/$$/fd >> $r.tmp\n"
-            "mv $r.tmp $r\n"
-            "sleep 2\n"
-            "touch $r.finished\n");
+            "r=" +
+                report +
+                "\n"
+                "echo \"merchant=$QLMERCHANTID port=$COMPORT\" > $r.tmp\n"
+                "echo \"ppid=$PPID\" >> $r.tmp\n"
+                "echo \"sid=$(cut -d' ' -f6 /proc/$$/stat)\" >> $r.tmp\n"
+                "echo \"stdin=$(readlink /proc/$$/fd/0)\" >> $r.tmp\n"
+                "ls -l /proc/$$/fd >> $r.tmp\n"
+                "mv $r.tmp $r\n"
+                "sleep 2\n"
+                "touch $r.finished\n");
   fs::permissions(dir.file(TTmsCall::kScriptName), fs::perms(0755));
   // A descriptor the till left inheritable must not reach the script.
   const int leak = open(dir.Write("leak-probe", "").c_str(), O_RDONLY);

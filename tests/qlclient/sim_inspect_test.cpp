@@ -60,7 +60,8 @@ TEST(SimInspect, BadArgumentsAndFilesFailWithoutTouchingThem) {
   TempDir dir;
   EXPECT_EQ(Inspect({}).code, 2);
   EXPECT_EQ(Inspect({dir.file("none.sqlite")}).code, 1);
-  EXPECT_EQ(Inspect({dir.file("none.sqlite")}).err, "No simulator store at " + dir.file("none.sqlite") + "\n");
+  EXPECT_EQ(Inspect({dir.file("none.sqlite")}).err,
+            "No simulator store at " + dir.file("none.sqlite") + "\n");
   const std::string text = "plain text\n";
   dir.Write("text.sqlite", text);
   const Output bad = Inspect({dir.file("text.sqlite")});

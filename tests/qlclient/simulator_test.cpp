@@ -66,9 +66,10 @@ TEST(SimReader, SequencesFollowTheCardTheFileAndThePanel) {
     const char* card;
     std::vector<int32_t> expected;
   };
-  for (const auto& c : {Case{"visa_chip_pin", {1, 2, 3, 3}}, Case{"visa_contactless", {1, 13, 13, 13}},
-                        Case{"visa_swipe", {1, 12, 12, 12}}, Case{"discover_not_accepted", {1, 2, 11, 11}},
-                        Case{"mc_must_swipe", {1, 10, 10, 10}}, Case{"amex_keyed", {1, 1, 1, 1}}}) {
+  for (const auto& c :
+       {Case{"visa_chip_pin", {1, 2, 3, 3}}, Case{"visa_contactless", {1, 13, 13, 13}},
+        Case{"visa_swipe", {1, 12, 12, 12}}, Case{"discover_not_accepted", {1, 2, 11, 11}},
+        Case{"mc_must_swipe", {1, 10, 10, 10}}, Case{"amex_keyed", {1, 1, 1, 1}}}) {
     Terminal t(std::string(R"({"card":")") + c.card + "\"}");
     ASSERT_EQ(t.Start(100), 0);
     EXPECT_EQ(t.Poll(4), c.expected) << c.card;
@@ -82,7 +83,8 @@ TEST(SimReader, SequencesFollowTheCardTheFileAndThePanel) {
   EXPECT_EQ(error, "Unknown test card \"no_such_card\"");
   ASSERT_TRUE(PresentCard("visa_contactless", &error));
   SetReaderStates({});
-  EXPECT_EQ(t.Poll(2), (std::vector<int32_t>{1, 1})) << "the file's states still win over the card's";
+  EXPECT_EQ(t.Poll(2), (std::vector<int32_t>{1, 1}))
+      << "the file's states still win over the card's";
   SetReaderStates({1, 13});
   EXPECT_EQ(t.Poll(3), (std::vector<int32_t>{1, 13, 13}));
   EXPECT_EQ(CurrentTerminalStatus(), "CARD TAPPED");
@@ -97,7 +99,8 @@ TEST(SimReader, PollFaultReportsTheReaderUnavailable) {
 }
 
 TEST(SimFaults, CallAndCountSelectWhichCallsFail) {
-  Terminal t(R"({"faults":[{"operation":"TransactionStart.Start","call":2,"count":2,"result":1,"errorCode":30003}]})");
+  Terminal t(
+      R"({"faults":[{"operation":"TransactionStart.Start","call":2,"count":2,"result":1,"errorCode":30003}]})");
   EXPECT_EQ(t.Start(1), 0);
   EXPECT_EQ(t.Start(1), 1);
   EXPECT_EQ(t.Start(1), 1);
@@ -160,7 +163,8 @@ TEST(SimConfig, OwnCardsExtendTheCatalogue) {
   EXPECT_EQ(card->fuel_prompts[3], 1);
   EXPECT_EQ(c.store_path, "/tmp/abs.sqlite");
   EXPECT_EQ(LoadSimConfig(dir.Write("d.json", "{}")).store_path, dir.file("qlsim-server.sqlite"));
-  EXPECT_THROW(LoadSimConfig(dir.Write("e.json", R"({"cards":[{"name":"x","basedOn":"nope"}]})")), std::exception);
+  EXPECT_THROW(LoadSimConfig(dir.Write("e.json", R"({"cards":[{"name":"x","basedOn":"nope"}]})")),
+               std::exception);
   EXPECT_THROW(LoadSimConfig(dir.Write("f.json", R"({"delayMs":-1})")), std::exception);
 }
 
@@ -200,7 +204,8 @@ TEST(SimStore, KeepsNoCardNumberTrackCv2OrToken) {
   EXPECT_EQ(bytes.find("\"strCv2\":"), std::string::npos);
   EXPECT_EQ(bytes.find("\"strTrack\":"), std::string::npos);
   EXPECT_EQ(bytes.find("TKN9F3A0C2D7E4B1186"), std::string::npos);
-  EXPECT_NE(bytes.find("\"strPan\":\"************0010\""), std::string::npos) << "the record is where we look";
+  EXPECT_NE(bytes.find("\"strPan\":\"************0010\""), std::string::npos)
+      << "the record is where we look";
 }
 
 }  // namespace

@@ -49,14 +49,22 @@ TEST_F(EscPosPrinterTest, PrintsAReceiptOverTcpWithResetTextFeedsAndCut) {
 
   // A host line with the settings' bold sequence, lines ending in CR alone and CR LF,
   // a pound sign (Windows-1252 0xA3), and two feeds before the cut.
-  const std::string text = "\x1B\x45\x01" "THANK YOU\r" "TOTAL   \xA3" "12.50\r\n\r\n\r\n";
+  const std::string text =
+      "\x1B\x45\x01"
+      "THANK YOU\r"
+      "TOTAL   \xA3"
+      "12.50\r\n\r\n\r\n";
   ASSERT_EQ(printer.PrintNormal(PTR_S_RECEIPT, text), OPOS_SUCCESS) << printer.strErrorMessage();
   ASSERT_EQ(printer.CutPaper(100), OPOS_SUCCESS) << printer.strErrorMessage();
   ASSERT_EQ(printer.ReleaseDevice(), OPOS_SUCCESS);
   ASSERT_EQ(printer.Close(), OPOS_SUCCESS);
 
-  const std::string expected = kReset + kCp1252 + kStatus + "\x1B\x45\x01" "THANK YOU\n" +
-                               "TOTAL   \xA3" "12.50\n\n\n" + kStatus + kFullCut + kStatus;
+  const std::string expected = kReset + kCp1252 + kStatus +
+                               "\x1B\x45\x01"
+                               "THANK YOU\n" +
+                               "TOTAL   \xA3"
+                               "12.50\n\n\n" +
+                               kStatus + kFullCut + kStatus;
   EXPECT_EQ(device.WaitFor(expected.size()), expected);
   EXPECT_EQ(device.connections(), 1);
 }

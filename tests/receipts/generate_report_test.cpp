@@ -10,17 +10,17 @@
 #include "payment/credit_card_common.h"
 #include "platform/virtual_env.h"
 #include "receipts/pos_printer.h"
+#include "recording_pos_printer.h"
 #include "support/golden_text.h"
 #include "support/ql_sim_session.h"
 #include "support/temp_dir.h"
-#include "recording_pos_printer.h"
 
 namespace ccaddin {
 namespace {
 
 using testing::MatchesGolden;
-using testing::SplitLines;
 using testing::RecordingPrinter;
+using testing::SplitLines;
 using testing::TempDir;
 
 constexpr const char* kHeading = "REFERENCE,DATE,KIND,AMOUNT,CASHBACK,CARD GROUP\r\n";
@@ -45,7 +45,8 @@ class GenerateReportTest : public ::testing::Test {
   }
 
   int32_t Write(const std::string& fuel = "", bool x_report = false, int32_t exponent = 2) {
-    return report_.WriteReportFile(Till(), dir_.folder(), kDataFile, fuel, x_report, exponent, false);
+    return report_.WriteReportFile(Till(), dir_.folder(), kDataFile, fuel, x_report, exponent,
+                                   false);
   }
 
   VirtualEnv env_;
@@ -148,7 +149,8 @@ TEST_F(GenerateReportTest, GroupNamesMatchExactlyAndPrintInUpperCase) {
   EXPECT_EQ(totals[2].lSaleTotal, 300);
   ASSERT_EQ(Write(), 0);
   EXPECT_NE(report_.strReport().find("CARTE \xc9L\xc9GANTE"), std::string::npos);
-  EXPECT_NE(report_.strReport().find("VISA                             COUNT=1"), std::string::npos);
+  EXPECT_NE(report_.strReport().find("VISA                             COUNT=1"),
+            std::string::npos);
 }
 
 TEST_F(GenerateReportTest, BlankLinesAndQuotedFieldsAreRead) {
@@ -184,7 +186,8 @@ TEST_F(GenerateReportTest, BadDataFailsWithTheTextAndWritesNothing) {
        "TGenerateReport.PopulateTotalStructure() Failed - Invalid amount \"+-5\" on line 2 of the "
        "report data file"},
       {"1,20260115,A,123456789012345678901234567890,0,Visa\r\n",
-       "TGenerateReport.PopulateTotalStructure() Failed - Invalid amount \"12345678901234567890...\" "
+       "TGenerateReport.PopulateTotalStructure() Failed - Invalid amount "
+       "\"12345678901234567890...\" "
        "on line 2 of the report data file"},
       {"1,20260115,B,100,,Visa\r\n",
        "TGenerateReport.PopulateTotalStructure() Failed - Invalid amount \"\" on line 2 of the "
@@ -236,7 +239,10 @@ TEST_F(GenerateReportTest, LargeFileAddsUpEveryRecord) {
   std::string records;
   const char* groups[] = {"Visa", "Mastercard", "Maestro", "Amex"};
   for (int i = 0; i < 100000; ++i) {
-    records += std::to_string(i) + ",20260115," + (i % 10 == 0 ? "F" : i % 3 == 0 ? "B" : "A") +
+    records += std::to_string(i) + ",20260115," +
+               (i % 10 == 0  ? "F"
+                : i % 3 == 0 ? "B"
+                             : "A") +
                ",1000,150," + groups[i % 4] + "\r\n";
   }
   Data(kDataFile, records);
@@ -276,12 +282,13 @@ class GenerateReportPrintTest : public GenerateReportTest {
 TEST_F(GenerateReportPrintTest, ReportIsWrittenThenPrintedOnTheWindowsControlAndCut) {
   ASSERT_EQ(report_.GenerateReport(&printer_, Till(), dir_.folder(), kDataFile, "", true), 0)
       << report_.strErrorMessage();
-  EXPECT_EQ(printer_.calls,
-            (std::vector<std::string>{"Open ReceiptPrinter", "ClaimDevice 5000", "DeviceEnabled true",
-                                      "PrintNormal 2", "CutPaper 100", "ReleaseDevice", "Close"}));
+  EXPECT_EQ(printer_.calls, (std::vector<std::string>{"Open ReceiptPrinter", "ClaimDevice 5000",
+                                                      "DeviceEnabled true", "PrintNormal 2",
+                                                      "CutPaper 100", "ReleaseDevice", "Close"}));
   // The file as written, each line ended as the settings say, and the feeds before the cut.
   EXPECT_EQ(printer_.printed, report_.strReport() + "\r\n\r\n");
-  EXPECT_NE(printer_.printed.find("VISA                             COUNT=1\r\n"), std::string::npos);
+  EXPECT_NE(printer_.printed.find("VISA                             COUNT=1\r\n"),
+            std::string::npos);
   EXPECT_TRUE(std::filesystem::exists(dir_.file("RPT_20260115_173042.txt")));
 }
 
@@ -297,7 +304,8 @@ TEST_F(GenerateReportPrintTest, AmountsHaveTheConfiguredDecimals) {
 TEST_F(GenerateReportPrintTest, PrinterFailureFailsTheReportAndKeepsItsFile) {
   printer_.fail_on = "PrintNormal";
   EXPECT_EQ(report_.GenerateReport(&printer_, Till(), dir_.folder(), kDataFile, "", false), 1);
-  EXPECT_EQ(report_.strErrorMessage(), "TGenerateReport.PrintReport() Failed - PrintNormal 2: paper out");
+  EXPECT_EQ(report_.strErrorMessage(),
+            "TGenerateReport.PrintReport() Failed - PrintNormal 2: paper out");
   // The device is handed back all the same.
   EXPECT_EQ(printer_.calls.back(), "Close");
   EXPECT_TRUE(std::filesystem::exists(dir_.file("RPT_20260115_173042.txt")));
@@ -339,8 +347,8 @@ TEST(GenerateReportFromServer, ReportOfTheSimulatorsOpenBatch) {
   const std::vector<std::string> lines = SplitLines(s.dir.Read("RPT_20260115_173042.txt"));
   // The declined sale (100.05) is not in the batch.
   const std::vector<std::string> expected = {Row("VISA", "COUNT=2"), std::string(40, '-'),
-                                             Row("SALE", "10.00"), Row("REFUND", "-20.00"),
-                                             std::string(40, '-'), Row("TOTAL", "-10.00")};
+                                             Row("SALE", "10.00"),   Row("REFUND", "-20.00"),
+                                             std::string(40, '-'),   Row("TOTAL", "-10.00")};
   EXPECT_NE(std::search(lines.begin(), lines.end(), expected.begin(), expected.end()), lines.end())
       << s.dir.Read("RPT_20260115_173042.txt");
 }

@@ -10,11 +10,11 @@
 #include "receipts/escpos_printer.h"
 #include "receipts/receipt.h"
 #include "receipts/receipt_printer.h"
+#include "recording_pos_printer.h"
 #include "support/fake_escpos_printer.h"
 #include "support/host_model.h"
 #include "support/socat_line.h"
 #include "support/temp_dir.h"
-#include "recording_pos_printer.h"
 
 namespace ccaddin {
 namespace {
@@ -69,9 +69,8 @@ class ReceiptOutputTest : public ::testing::Test {
     TReceipt receipt;
     receipt.dtDate = MakeDateTime(2026, 1, 15);
     receipt.strTime = "0915";
-    EXPECT_EQ(receipt.WriteReceiptFile(Sale(), TTillInformation{}, dir_.file("rcpt"), merchant,
-                                       false),
-              0)
+    EXPECT_EQ(
+        receipt.WriteReceiptFile(Sale(), TTillInformation{}, dir_.file("rcpt"), merchant, false), 0)
         << receipt.strErrorMessage();
     composed_ = receipt.strReceipt();
     return dir_.file("rcpt/" + receipt.strLongReceiptFileName());
@@ -180,7 +179,8 @@ TEST_F(ReceiptOutputTest, UnknownPrinterTypeIsAFailureNotASilentSuccess) {
   const std::string path = Compose(true);
   TReceipt receipt;
   EXPECT_EQ(receipt.PrintReceipt(nullptr, true, path, "", false, false, false), 1);
-  EXPECT_EQ(receipt.strErrorMessage(), "TReceipt.PrintReceipt() Failed - Printer type 5 is not known");
+  EXPECT_EQ(receipt.strErrorMessage(),
+            "TReceipt.PrintReceipt() Failed - Printer type 5 is not known");
 }
 
 TEST_F(ReceiptOutputTest, DeleteReceiptRemovesTheFile) {
@@ -211,9 +211,9 @@ TEST_F(ReceiptOutputTest, PosPrinterSendsTheReceiptAsEscPosOverTcp) {
       << receipt.strErrorMessage();
 
   const std::string status(escpos::kStatusRequest);
-  const std::string one = std::string(escpos::kInitialise) + std::string(escpos::kSelectWindows1252) +
-                          status + AsDeviceLines(composed_ + "\r\n\r\n\r\n") +
-                          status + std::string(escpos::kFullCut) + status;
+  const std::string one =
+      std::string(escpos::kInitialise) + std::string(escpos::kSelectWindows1252) + status +
+      AsDeviceLines(composed_ + "\r\n\r\n\r\n") + status + std::string(escpos::kFullCut) + status;
   EXPECT_EQ(device.WaitFor(2 * one.size()), one + one);
   EXPECT_EQ(device.connections(), 2);
 }
@@ -225,7 +225,8 @@ TEST_F(ReceiptOutputTest, PosPrinterThatHangsUpMidReceiptFailsItAndIsFreeAgain) 
   EscPosPrinter dropped;
   TReceipt receipt;
   EXPECT_EQ(receipt.PrintReceipt(&dropped, true, path, "", false, false, false), 1);
-  EXPECT_EQ(receipt.strErrorMessage().rfind("TReceipt.PrintReceipt() Failed - PrintNormal: ", 0), 0u)
+  EXPECT_EQ(receipt.strErrorMessage().rfind("TReceipt.PrintReceipt() Failed - PrintNormal: ", 0),
+            0u)
       << receipt.strErrorMessage();
   EXPECT_FALSE(dropped.Claimed());
 }
@@ -250,7 +251,8 @@ TEST_F(ReceiptOutputTest, RmsHostPrintsOnItsActivePrinterAndGetsItBack) {
   // The host's own call sequence is RmsPosPrinter's test; here: the printer chosen, the
   // composed text with its feeds, the cut, and the printer given back.
   ASSERT_EQ(rms.register_->CallsTo("SetActivePrinterNumber").size(), 1u);
-  EXPECT_EQ(rms.register_->CallsTo("SetActivePrinterNumber")[0].args[0].ToString().value_or("?"), "2");
+  EXPECT_EQ(rms.register_->CallsTo("SetActivePrinterNumber")[0].args[0].ToString().value_or("?"),
+            "2");
   ASSERT_EQ(rms.co->CallsTo("PrintNormal").size(), 1u);
   EXPECT_EQ(rms.co->CallsTo("PrintNormal")[0].args[1].ToString().value_or("?"), composed_ + "\r\n");
   EXPECT_EQ(rms.co->CallsTo("CutPaper").size(), 1u);

@@ -31,7 +31,8 @@ TEST(ReceiptLines, EdgesOfCentringJoiningJustifyingDatesAndWrapping) {
   // The left part is trimmed and cut to 40 columns; a right part too wide keeps its start.
   EXPECT_EQ(TReceipt::JoinLeftRight("  REF : ", "A1"), "REF :" + std::string(33, ' ') + "A1");
   EXPECT_EQ(TReceipt::JoinLeftRight(std::string(44, 'L'), "RIGHT"), std::string(40, 'L'));
-  EXPECT_EQ(TReceipt::JoinLeftRight(std::string(35, 'L'), "1234567"), std::string(35, 'L') + "12345");
+  EXPECT_EQ(TReceipt::JoinLeftRight(std::string(35, 'L'), "1234567"),
+            std::string(35, 'L') + "12345");
   EXPECT_EQ(TReceipt::RightJustify40(std::string(41, 'a') + "b"), std::string(40, 'a'));
   EXPECT_EQ(TReceipt::FormatCardDate("260115"), "15/01/26");
   EXPECT_EQ(TReceipt::FormatCardDate("12/27"), "12/27");
@@ -226,8 +227,8 @@ TEST_F(ReceiptTest, SignatureLinesByCopyPresenceAndType) {
       {1, 3, 1, true, false, "(Cardholder Signature)"},
       {1, 4, 1, true, false, "(Cardholder Signature)"},
       {1, 3, 1, false, false, nullptr},
-      {1, 3, 2, true, false, nullptr},   // not present: nobody signs
-      {1, 1, 1, true, false, nullptr},   // PIN
+      {1, 3, 2, true, false, nullptr},  // not present: nobody signs
+      {1, 1, 1, true, false, nullptr},  // PIN
       {6, 3, 1, false, false, "(Merchant Signature)"},
       {8, 1, 1, false, false, "(Merchant Signature)"},
       {9, 0, 1, false, false, "(Merchant Signature)"},
@@ -253,8 +254,10 @@ TEST_F(ReceiptTest, SignatureLinesByCopyPresenceAndType) {
       EXPECT_EQ(text.find(dots), std::string::npos) << where;
     } else {
       // The dots and the caption come straight before the authorisation line.
-      EXPECT_NE(text.find(dots + "\r\n" + c.caption + "\r\nAUTH CODE:123456\r\n"), std::string::npos)
-          << where << "\n" << text;
+      EXPECT_NE(text.find(dots + "\r\n" + c.caption + "\r\nAUTH CODE:123456\r\n"),
+                std::string::npos)
+          << where << "\n"
+          << text;
     }
   }
 }
@@ -317,7 +320,8 @@ TEST_F(ReceiptTest, TypeLinesForEveryTransactionType) {
       const std::string text = Compose(t, true);
       // The type stands right after the blank line below the card number.
       EXPECT_NE(text.find("**** 0119\r\n\r\n" + want + "\r\n"), std::string::npos)
-          << "type " << type << " cancelled " << cancelled << "\n" << text;
+          << "type " << type << " cancelled " << cancelled << "\n"
+          << text;
       if (!t.bCancelled) {
         const bool credited = type == 6 || type == 8 || type == 9;
         EXPECT_NE(text.find(credited ? "WILL BE CREDITED" : "WILL BE DEBITED"), std::string::npos)
@@ -414,11 +418,18 @@ TEST_F(ReceiptTest, ChipDataDumpPrintsTheSelectedValuesApplicationIdFirst) {
   // Every bit, in its order.
   Shared().lDumpEmvBitmap = (1 << QL_EMV_COUNT) - 1;
   const std::vector<std::string> lines = SplitLines(Compose(t, true));
-  const std::vector<std::string> labels = {
-      "APPID:", "AppLabel:", "PrefAppLabel:", "TransCryptoGram:", "Tvr:", "ResponseCode:",
-      "CryptoAmt:", "CryptoType:", "TermTransDate:", "UnpredictableNo:", "Iad:", "Auc:", "Cid:",
-      "Cvnr:", "AppVersion:", "Tsi:", "TermType:", "TermCaps:", "IacDenial:", "IacOnline:",
-      "IacDefault:", "DfName:", "PanSeqNo:"};
+  const std::vector<std::string> labels = {"APPID:",         "AppLabel:",
+                                           "PrefAppLabel:",  "TransCryptoGram:",
+                                           "Tvr:",           "ResponseCode:",
+                                           "CryptoAmt:",     "CryptoType:",
+                                           "TermTransDate:", "UnpredictableNo:",
+                                           "Iad:",           "Auc:",
+                                           "Cid:",           "Cvnr:",
+                                           "AppVersion:",    "Tsi:",
+                                           "TermType:",      "TermCaps:",
+                                           "IacDenial:",     "IacOnline:",
+                                           "IacDefault:",    "DfName:",
+                                           "PanSeqNo:"};
   size_t at = 0;
   while (at < lines.size() && lines[at].rfind("TC: ", 0) != 0) ++at;
   ASSERT_LT(at + 2 + labels.size(), lines.size());
@@ -443,9 +454,9 @@ TEST_F(ReceiptTest, ShortCardNumbersAndMerchantIdsAreAllStars) {
   t.bMerchPrintExpiry = false;
   const std::vector<std::string> lines = SplitLines(Compose(t, true));
   EXPECT_NE(std::find(lines.begin(), lines.end(), "****"), lines.end());
-  EXPECT_NE(std::find(lines.begin(), lines.end(),
-                      TReceipt::JoinLeftRight("MID  : *****", "TID  : **")),
-            lines.end());
+  EXPECT_NE(
+      std::find(lines.begin(), lines.end(), TReceipt::JoinLeftRight("MID  : *****", "TID  : **")),
+      lines.end());
 }
 
 TEST_F(ReceiptTest, DuplicateReusesTheNameAndMarksTheTrailer) {
@@ -482,8 +493,7 @@ TEST_F(ReceiptTest, FileNamesWithoutStoreOrTillAndTheMissingFolderIsCreated) {
   const std::string folder = dir.file("receipts/2026");
   ASSERT_EQ(receipt.WriteReceiptFile(ChipPinSale(), till_, folder, true, false), 0)
       << receipt.strErrorMessage();
-  EXPECT_EQ(receipt.strLongReceiptFileName(),
-            "M_UNKNOWN_UNKNOWN_0000004711_20260115_103012.rcpt");
+  EXPECT_EQ(receipt.strLongReceiptFileName(), "M_UNKNOWN_UNKNOWN_0000004711_20260115_103012.rcpt");
   EXPECT_EQ(SplitLines(dir.Read("receipts/2026/" + receipt.strLongReceiptFileName())),
             SplitLines(receipt.strReceipt()));
   // Without a till number the till line shows only the receipt number.
@@ -518,7 +528,8 @@ TEST_F(ReceiptTest, AFullDiskStopsTheReceiptWithTheWriteFailure) {
   // The receipt file leads to a device that refuses every write, as a full disk does.
   std::filesystem::create_symlink("/dev/full", dir.file("M_full.rcpt"));
   TReceipt receipt;
-  EXPECT_EQ(receipt.WriteReceiptFile(ChipPinSale(), till_, dir.folder(), true, false, "full.rcpt"), 1);
+  EXPECT_EQ(receipt.WriteReceiptFile(ChipPinSale(), till_, dir.folder(), true, false, "full.rcpt"),
+            1);
   EXPECT_EQ(receipt.strErrorMessage(),
             "TReceipt.WrtieReceiptFile() Failed - WriteData() Failed - No space left on device");
   EXPECT_EQ(receipt.strReceipt(), "");
@@ -529,7 +540,8 @@ TEST_F(ReceiptTest, ABadAmountSpoilsItsSectionWithTheSectionsText) {
   t.strAmount = "24.50";
   TReceipt receipt;
   EXPECT_EQ(receipt.WriteReceiptFile(t, till_, "", true, false, "", true), 1);
-  EXPECT_EQ(receipt.strErrorMessage(), "TReceiptPrinter.PrintTransAmountDetails() Failed - Type mismatch");
+  EXPECT_EQ(receipt.strErrorMessage(),
+            "TReceiptPrinter.PrintTransAmountDetails() Failed - Type mismatch");
   // The other sections are still there, the amounts are not.
   EXPECT_NE(receipt.strReceipt().find("MERCHANT COPY"), std::string::npos);
   EXPECT_EQ(receipt.strReceipt().find("TOTAL"), std::string::npos);
@@ -550,7 +562,8 @@ TEST_F(ReceiptTest, ABadAmountSpoilsItsSectionWithTheSectionsText) {
   t.lTransactionTypeCode = 2;
   TReceipt overflow;
   EXPECT_EQ(overflow.WriteReceiptFile(t, till_, "", true, false, "", true), 1);
-  EXPECT_EQ(overflow.strErrorMessage(), "TReceiptPrinter.PrintTransAmountDetails() Failed - Overflow");
+  EXPECT_EQ(overflow.strErrorMessage(),
+            "TReceiptPrinter.PrintTransAmountDetails() Failed - Overflow");
 
   t = ContactlessNoVerification();
   t.strAvailableSpend = "lots";

@@ -39,7 +39,8 @@ struct DescriptionCase {
 TEST(SerialReceiptPrinter, SettingsBecomeLineCodesAndTheLoggedDescription) {
   const DescriptionCase cases[] = {
       {"", 8, 1, 0, ", Databits=8, Stopbit=1, FlowControl=NONE", 2, 4, 0, 0},
-      {"even", 7, 1.5, 1, ", Parity=EVEN, Databits=7, Stopbit=1.5, FlowControl=XONXOFF", 0, 3, 1, 3},
+      {"even", 7, 1.5, 1, ", Parity=EVEN, Databits=7, Stopbit=1.5, FlowControl=XONXOFF", 0, 3, 1,
+       3},
       {"O", 4, 2, 2, ", Parity=ODD, Databits=4, Stopbit=2, FlowControl=RTSCTS", 1, 0, 2, 1},
       {"s", 9, 3, 7, ", Parity=SPACE, Databits=8, Stopbit=1, FlowControl=RTSCTS", 3, 4, 0, 1},
       {"Mark", 0, 0, -1, ", Parity=MARK, Databits=8, Stopbit=1, FlowControl=RTSCTS", 4, 4, 0, 1},
@@ -82,7 +83,8 @@ TEST_F(SerialPrinterLineTest, TextInPiecesThenTheCutCommandThenThePortIsFree) {
   SerialReceiptPrinter printer(Settings(line_.near(), logs_.folder()));
   ASSERT_EQ(printer.OpenSerialPrinter(), 0) << Log();
   std::string receipt;
-  for (int i = 0; i < 20; ++i) receipt += "LINE " + std::to_string(i) + std::string(34, '.') + "\r\n";
+  for (int i = 0; i < 20; ++i)
+    receipt += "LINE " + std::to_string(i) + std::string(34, '.') + "\r\n";
   ASSERT_GT(receipt.size(), 500u);
   EXPECT_EQ(printer.WriteSerialPrinter(receipt), 0);
   EXPECT_EQ(printer.CloseSerialPrinter(true), 0);

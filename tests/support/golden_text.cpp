@@ -27,7 +27,9 @@ std::vector<std::string> SplitLines(const std::string& text) {
 namespace {
 
 // Shows a line with its end marked, so trailing blanks are visible.
-std::string Show(const std::string& line) { return "|" + line + "|"; }
+std::string Show(const std::string& line) {
+  return "|" + line + "|";
+}
 
 }  // namespace
 

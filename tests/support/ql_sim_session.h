@@ -18,7 +18,8 @@ namespace ccaddin::testing {
 class QlSimSession {
  public:
   // `config_json` is the whole file; "{}" gives the defaults.
-  explicit QlSimSession(const std::string& config_json = "{}", const std::string& name = "qlclient.json") {
+  explicit QlSimSession(const std::string& config_json = "{}",
+                        const std::string& name = "qlclient.json") {
     sim::ResetSimulator();
     dir.Write(name, config_json);
     config_name = name;
@@ -40,8 +41,8 @@ class QlSimSession {
   int32_t StartAndEnquire(TProcessQlRequest& request, int32_t amount, int32_t type = 1) {
     int32_t result = -1;
     auto start = CurrentQlFactory().CreateTransactionStart();
-    request.ProcessStartTransaction(*start, "826", amount, 0, 0, type, "SHOP", "1 HIGH ST", "EN", "PED",
-                                    false, true, true, true, result);
+    request.ProcessStartTransaction(*start, "826", amount, 0, 0, type, "SHOP", "1 HIGH ST", "EN",
+                                    "PED", false, true, true, true, result);
     if (result != 0) return result;
     enquiry = CurrentQlFactory().CreateCardEnquiry();
     request.ProcessCardEnquiry(*enquiry, 0, "", "", 2, result);

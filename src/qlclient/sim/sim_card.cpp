@@ -25,18 +25,21 @@ std::vector<SimCard> MakeCatalogue() {
   std::vector<SimCard> cards;
   cards.push_back(Card("visa_chip_pin", "chip and PIN, authorised", "4761739001010010", "VISA"));
 
-  SimCard sig = Card("mc_chip_signature", "chip, signature verified", "5413330089010434", "MASTERCARD");
+  SimCard sig =
+      Card("mc_chip_signature", "chip, signature verified", "5413330089010434", "MASTERCARD");
   sig.cvm = 3;
   cards.push_back(sig);
 
-  SimCard tap = Card("visa_contactless", "contactless, no verification", "4761739001010119", "VISA");
+  SimCard tap =
+      Card("visa_contactless", "contactless, no verification", "4761739001010119", "VISA");
   tap.entry = CardEntry::kTap;
   tap.cvm = 0;
   tap.available_spend = "7500";
   tap.app_label = "VISA DEBIT";
   cards.push_back(tap);
 
-  SimCard tap_pin = Card("mc_contactless_pin", "contactless above the limit, PIN", "5413330089020011", "MASTERCARD");
+  SimCard tap_pin = Card("mc_contactless_pin", "contactless above the limit, PIN",
+                         "5413330089020011", "MASTERCARD");
   tap_pin.entry = CardEntry::kTap;
   tap_pin.cvm = 1;
   cards.push_back(tap_pin);
@@ -48,47 +51,56 @@ std::vector<SimCard> MakeCatalogue() {
   swipe.issue_number = "01";
   cards.push_back(swipe);
 
-  SimCard keyed = Card("amex_keyed", "keyed (customer not present): expiry and CV2 asked", "374245455400126", "AMEX");
+  SimCard keyed = Card("amex_keyed", "keyed (customer not present): expiry and CV2 asked",
+                       "374245455400126", "AMEX");
   keyed.entry = CardEntry::kKeyed;
   keyed.cvm = 0;
   keyed.entry_prompts = {1, 0, 0, 1, 2, 2, 2};
   keyed.cv2_length = 4;
   cards.push_back(keyed);
 
-  SimCard fallback = Card("mc_fallback", "chip unreadable: fall back to the stripe", "5555555555554444", "MASTERCARD");
+  SimCard fallback = Card("mc_fallback", "chip unreadable: fall back to the stripe",
+                          "5555555555554444", "MASTERCARD");
   fallback.needs_fallback = true;
   fallback.cvm = 3;
   cards.push_back(fallback);
 
-  SimCard refused = Card("discover_not_accepted", "the reader does not accept the card", "6011000990139424", "DISCOVER");
+  SimCard refused = Card("discover_not_accepted", "the reader does not accept the card",
+                         "6011000990139424", "DISCOVER");
   refused.not_accepted = true;
   cards.push_back(refused);
 
-  SimCard must_swipe = Card("mc_must_swipe", "the reader asks for a swipe on the till", "2223000048400011", "MASTERCARD");
+  SimCard must_swipe = Card("mc_must_swipe", "the reader asks for a swipe on the till",
+                            "2223000048400011", "MASTERCARD");
   must_swipe.must_swipe_on_till = true;
   must_swipe.entry = CardEntry::kSwipe;
   must_swipe.cvm = 3;
   cards.push_back(must_swipe);
 
-  SimCard dcc = Card("visa_dcc_usd", "foreign (US) card offered conversion to dollars", "4012888888881881", "VISA");
+  SimCard dcc = Card("visa_dcc_usd", "foreign (US) card offered conversion to dollars",
+                     "4012888888881881", "VISA");
   dcc.dcc_currency = "USD";
   dcc.dcc_currency_name = "US Dollar";
   dcc.dcc_rate = "1.2745";
   cards.push_back(dcc);
 
-  SimCard bypass = Card("visa_pin_bypass", "chip card whose holder asks to bypass the PIN", "4917610000000000", "VISA");
+  SimCard bypass = Card("visa_pin_bypass", "chip card whose holder asks to bypass the PIN",
+                        "4917610000000000", "VISA");
   bypass.pin_bypass = true;
   cards.push_back(bypass);
 
-  SimCard referred = Card("visa_referred", "referred: voice authorisation needed", "4000056655665556", "VISA");
+  SimCard referred =
+      Card("visa_referred", "referred: voice authorisation needed", "4000056655665556", "VISA");
   referred.outcome = CardOutcome::kReferred;
   cards.push_back(referred);
 
-  SimCard declined = Card("mc_declined", "declined by the issuer", "5105105105105100", "MASTERCARD");
+  SimCard declined =
+      Card("mc_declined", "declined by the issuer", "5105105105105100", "MASTERCARD");
   declined.outcome = CardOutcome::kDeclined;
   cards.push_back(declined);
 
-  SimCard fuel = Card("fuel_card", "fuel card: registration and mileage asked", "7002900000000012", "FUELCARD");
+  SimCard fuel = Card("fuel_card", "fuel card: registration and mileage asked", "7002900000000012",
+                      "FUELCARD");
   fuel.fuel = true;
   fuel.cvm = 1;
   fuel.aid = "A0000000999001";
@@ -101,7 +113,8 @@ std::vector<SimCard> MakeCatalogue() {
   fuel.cashback_allowed = false;
   cards.push_back(fuel);
 
-  SimCard bunker = Card("fuel_bunker", "bunker fuel card: diesel only, supplier id asked", "7002900000000020", "FUELCARD");
+  SimCard bunker = Card("fuel_bunker", "bunker fuel card: diesel only, supplier id asked",
+                        "7002900000000020", "FUELCARD");
   bunker.fuel = true;
   bunker.bunker = true;
   bunker.cvm = 1;
@@ -115,7 +128,8 @@ std::vector<SimCard> MakeCatalogue() {
   bunker.cashback_allowed = false;
   cards.push_back(bunker);
 
-  SimCard token = Card("visa_token", "chip and PIN card that returns a token", "4988080000000000", "VISA");
+  SimCard token =
+      Card("visa_token", "chip and PIN card that returns a token", "4988080000000000", "VISA");
   token.token = "TKN9F3A0C2D7E4B1186";
   cards.push_back(token);
   return cards;
@@ -132,10 +146,14 @@ std::vector<int32_t> DefaultReaderStates(const SimCard& card) {
   if (card.not_accepted) return {1, 2, 11};
   if (card.must_swipe_on_till) return {1, 10};
   switch (card.entry) {
-    case CardEntry::kChip: return {1, 2, 3};
-    case CardEntry::kTap: return {1, 13};
-    case CardEntry::kSwipe: return {1, 12};
-    case CardEntry::kKeyed: return {1};
+    case CardEntry::kChip:
+      return {1, 2, 3};
+    case CardEntry::kTap:
+      return {1, 13};
+    case CardEntry::kSwipe:
+      return {1, 12};
+    case CardEntry::kKeyed:
+      return {1};
   }
   return {1};
 }

@@ -18,26 +18,26 @@ struct SimCard {
   std::string name;
   std::string description;
   std::string pan;
-  std::string expiry = "2812";            // YYMM
-  std::string start_date;                 // YYMM
+  std::string expiry = "2812";  // YYMM
+  std::string start_date;       // YYMM
   std::string issue_number;
   std::string scheme = "VISA";
   CardEntry entry = CardEntry::kChip;
-  int32_t cvm = 1;                        // as QlTransaction.lCvmCode
+  int32_t cvm = 1;  // as QlTransaction.lCvmCode
   CardOutcome outcome = CardOutcome::kAuthorised;
-  bool needs_fallback = false;            // the chip cannot be read: swipe instead
-  bool not_accepted = false;              // the reader refuses the card
-  bool must_swipe_on_till = false;        // the reader tells the till to swipe it
-  bool pin_bypass = false;                // the cardholder asks to skip the PIN
+  bool needs_fallback = false;      // the chip cannot be read: swipe instead
+  bool not_accepted = false;        // the reader refuses the card
+  bool must_swipe_on_till = false;  // the reader tells the till to swipe it
+  bool pin_bypass = false;          // the cardholder asks to skip the PIN
   bool cashback_allowed = true;
   std::string aid = "A0000000031010";
   std::string app_label = "VISA CREDIT";
-  std::string available_spend;            // contactless cards that report it
+  std::string available_spend;  // contactless cards that report it
   std::string token;
   // Currency conversion: a card whose currency differs from the till's.
-  std::string dcc_currency;               // "USD"; empty: no offer
+  std::string dcc_currency;  // "USD"; empty: no offer
   std::string dcc_currency_name;
-  std::string dcc_rate;                   // units of the card currency per unit of the till's
+  std::string dcc_rate;  // units of the card currency per unit of the till's
   int32_t dcc_exponent = 2;
   // Prompts (0 not asked, 1 required, 2 optional).
   std::array<int32_t, 7> entry_prompts{};  // expiry, start, issue, CV2, postcode, address, ref
@@ -46,7 +46,7 @@ struct SimCard {
   // Fuel cards.
   bool fuel = false;
   bool bunker = false;
-  std::string allowed_products;            // "001,UNLEADED,002,DIESEL"
+  std::string allowed_products;  // "001,UNLEADED,002,DIESEL"
   int32_t balance = 0;
   int32_t bunker_balance = 0;
   // Reader states the terminal reports while this card is presented (last repeats).

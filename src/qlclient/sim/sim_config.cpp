@@ -74,12 +74,14 @@ SimCard ParseCard(const std::string& path, const json& j, const SimConfig& confi
   Take(j, "readerStates", card.reader_states);
   if (j.contains("entryPrompts")) {
     auto v = j.at("entryPrompts").get<std::vector<int32_t>>();
-    for (size_t i = 0; i < v.size() && i < card.entry_prompts.size(); ++i) card.entry_prompts[i] = v[i];
+    for (size_t i = 0; i < v.size() && i < card.entry_prompts.size(); ++i)
+      card.entry_prompts[i] = v[i];
   }
   if (j.contains("fuelPrompts")) {
     for (auto& [index, value] : j.at("fuelPrompts").items()) {
       const int i = std::stoi(index);
-      if (i < 0 || i >= static_cast<int>(card.fuel_prompts.size())) Bad(path, "fuel prompt index " + index + " is out of range");
+      if (i < 0 || i >= static_cast<int>(card.fuel_prompts.size()))
+        Bad(path, "fuel prompt index " + index + " is out of range");
       card.fuel_prompts[i] = value.get<int32_t>();
     }
   }
@@ -115,8 +117,12 @@ void Parse(const std::string& path, const json& j, SimConfig& c) {
   if (j.contains("cards")) {
     for (const auto& card : j.at("cards")) {
       SimCard parsed = ParseCard(path, card, c);
-      auto same = std::find_if(c.cards.begin(), c.cards.end(), [&](const SimCard& k) { return k.name == parsed.name; });
-      if (same != c.cards.end()) *same = parsed; else c.cards.push_back(parsed);
+      auto same = std::find_if(c.cards.begin(), c.cards.end(),
+                               [&](const SimCard& k) { return k.name == parsed.name; });
+      if (same != c.cards.end())
+        *same = parsed;
+      else
+        c.cards.push_back(parsed);
     }
   }
   Take(j, "card", c.card);
@@ -134,7 +140,8 @@ void Parse(const std::string& path, const json& j, SimConfig& c) {
       Take(f, "errorCode", fault.error_code);
       Take(f, "errorText", fault.error_text);
       Take(f, "raise", fault.raise);
-      if (fault.call < 1 || fault.count < 0) Bad(path, "fault \"" + fault.operation + "\" needs call >= 1 and count >= 0");
+      if (fault.call < 1 || fault.count < 0)
+        Bad(path, "fault \"" + fault.operation + "\" needs call >= 1 and count >= 0");
       c.faults.push_back(fault);
     }
   }
@@ -143,22 +150,24 @@ void Parse(const std::string& path, const json& j, SimConfig& c) {
 }  // namespace
 
 const SimCard* SimConfig::FindCard(const std::string& name) const {
-  for (const auto& card : cards) if (card.name == name) return &card;
+  for (const auto& card : cards)
+    if (card.name == name) return &card;
   return nullptr;
 }
 
 const SimCard* SimConfig::FindCardByPan(const std::string& pan) const {
-  for (const auto& card : cards) if (card.pan == pan) return &card;
+  for (const auto& card : cards)
+    if (card.pan == pan) return &card;
   return nullptr;
 }
 
 const std::vector<std::string>& FaultOperations() {
   static const std::vector<std::string> ops = {
-      "Session.Connect",        "Login.Login",          "Login.Logout",
-      "CardReaderStatus.Poll",  "CardEnquiry.Enquire",  "TransactionStart.Start",
-      "DccEnquiry.Enquire",     "Processor.Process",    "Processor.AnswerPinBypass",
-      "Confirm.Confirm",        "FuelBalance.Enquire",  "ReceiptInfo.Request",
-      "CloseBatch.Request",     "Report.Request",       "FuelProductEnquiry.Request"};
+      "Session.Connect",       "Login.Login",         "Login.Logout",
+      "CardReaderStatus.Poll", "CardEnquiry.Enquire", "TransactionStart.Start",
+      "DccEnquiry.Enquire",    "Processor.Process",   "Processor.AnswerPinBypass",
+      "Confirm.Confirm",       "FuelBalance.Enquire", "ReceiptInfo.Request",
+      "CloseBatch.Request",    "Report.Request",      "FuelProductEnquiry.Request"};
   return ops;
 }
 

@@ -16,24 +16,24 @@ namespace ccaddin::sim {
 // configuration was loaded) and the `count` - 1 calls after it (0: every call from
 // then on) return `result` with the given error code and text.
 struct SimFault {
-  std::string operation;   // "Session.Connect", "Processor.Process" ...
+  std::string operation;  // "Session.Connect", "Processor.Process" ...
   int32_t call = 1;
   int32_t count = 1;
   int32_t result = 1;
   int32_t error_code = 0;
   std::string error_text;
-  bool raise = false;      // the library raises an error (error_text) instead of answering
+  bool raise = false;  // the library raises an error (error_text) instead of answering
 };
 
 struct SimConfig {
-  std::string config_path;        // the file this came from
-  std::string store_path;         // the server store (SQLite), absolute
+  std::string config_path;  // the file this came from
+  std::string store_path;   // the server store (SQLite), absolute
   std::string terminal_id = "22160001";
   std::string merchant_no = "4971234567";
   std::string referral_phone = "0800 123 4567";
   bool contactless = true;
-  std::string currency_text;      // printed before amounts; empty: from the currency code
-  std::optional<std::string> merchant_id;   // when set, Login checks the credentials
+  std::string currency_text;               // printed before amounts; empty: from the currency code
+  std::optional<std::string> merchant_id;  // when set, Login checks the credentials
   std::optional<std::string> client_id;
   std::optional<std::string> password;
   bool online = true;
@@ -41,11 +41,11 @@ struct SimConfig {
   // without a card enquiry uses the presented card instead of asking for an enquiry.
   bool terminal_reads_card = false;
   std::string card = "visa_chip_pin";
-  std::vector<int32_t> reader_states;       // empty: the card's own sequence
+  std::vector<int32_t> reader_states;  // empty: the card's own sequence
   int32_t delay_ms = 0;
   bool magic_amounts = true;
   std::vector<SimFault> faults;
-  std::vector<SimCard> cards;               // built-in catalogue plus the file's own cards
+  std::vector<SimCard> cards;  // built-in catalogue plus the file's own cards
 
   [[nodiscard]] const SimCard* FindCard(const std::string& name) const;
   [[nodiscard]] const SimCard* FindCardByPan(const std::string& pan) const;

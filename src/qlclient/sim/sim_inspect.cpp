@@ -17,22 +17,33 @@ const char* kUsage =
 
 const char* TypeName(int32_t type) {
   switch (type) {
-    case 1: return "SALE";
-    case 2: return "SALE+CASH";
-    case 3: return "CASH ADV";
-    case 4: return "PRE AUTH";
-    case 5: return "FINAL";
-    case 6: return "REFUND";
-    default: return "OTHER";
+    case 1:
+      return "SALE";
+    case 2:
+      return "SALE+CASH";
+    case 3:
+      return "CASH ADV";
+    case 4:
+      return "PRE AUTH";
+    case 5:
+      return "FINAL";
+    case 6:
+      return "REFUND";
+    default:
+      return "OTHER";
   }
 }
 
 const char* StatusName(int32_t status) {
   switch (status) {
-    case 1: return "AUTHORISED";
-    case 2: return "REFERRED";
-    case 3: return "DECLINED";
-    default: return "NONE";
+    case 1:
+      return "AUTHORISED";
+    case 2:
+      return "REFERRED";
+    case 3:
+      return "DECLINED";
+    default:
+      return "NONE";
   }
 }
 
@@ -48,24 +59,27 @@ bool ParseInt(const std::string& text, int32_t& value) {
 
 void PrintTransactions(SimStore& store, int32_t batch, std::ostream& out) {
   out << std::left << std::setw(6) << "REF" << std::setw(6) << "BATCH" << std::setw(16) << "CREATED"
-      << std::setw(10) << "TYPE" << std::right << std::setw(10) << "AMOUNT" << "  " << std::left
-      << std::setw(12) << "SCHEME" << std::setw(20) << "CARD" << std::setw(11) << "RESULT"
-      << std::setw(10) << "STATE" << "NOTE\n";
+      << std::setw(10) << "TYPE" << std::right << std::setw(10) << "AMOUNT"
+      << "  " << std::left << std::setw(12) << "SCHEME" << std::setw(20) << "CARD" << std::setw(11)
+      << "RESULT" << std::setw(10) << "STATE"
+      << "NOTE\n";
   const auto rows = store.List(batch);
   for (const auto& row : rows) {
     const QlTransaction& t = row.trans;
     std::string note;
     if (row.offline) note = row.uploaded ? "offline, uploaded" : "offline, not uploaded";
-    out << std::left << std::setw(6) << row.ref << std::setw(6) << row.batch_no << std::setw(16) << row.created
-        << std::setw(10) << TypeName(t.lTransactionTypeCode) << std::right << std::setw(10) << t.strAmount << "  "
-        << std::left << std::setw(12) << t.strSchemeName << std::setw(20) << t.strPan << std::setw(11)
-        << StatusName(t.lStatus) << std::setw(10) << StoreStateName(row.state) << note << "\n";
+    out << std::left << std::setw(6) << row.ref << std::setw(6) << row.batch_no << std::setw(16)
+        << row.created << std::setw(10) << TypeName(t.lTransactionTypeCode) << std::right
+        << std::setw(10) << t.strAmount << "  " << std::left << std::setw(12) << t.strSchemeName
+        << std::setw(20) << t.strPan << std::setw(11) << StatusName(t.lStatus) << std::setw(10)
+        << StoreStateName(row.state) << note << "\n";
   }
   out << rows.size() << " transaction(s)\n";
 }
 
 void PrintBatches(SimStore& store, std::ostream& out) {
-  out << std::left << std::setw(7) << "BATCH" << std::setw(17) << "OPENED" << std::setw(17) << "CLOSED"
+  out << std::left << std::setw(7) << "BATCH" << std::setw(17) << "OPENED" << std::setw(17)
+      << "CLOSED"
       << "TRANSACTIONS\n";
   for (const auto& b : store.Batches()) {
     out << std::left << std::setw(7) << b.batch_no << std::setw(17) << b.opened << std::setw(17)
@@ -109,8 +123,8 @@ int InspectStore(const std::vector<std::string>& args, std::ostream& out, std::o
         err << "Transaction " << ref << " is not in the store\n";
         return 1;
       }
-      out << "ref " << row->ref << ", batch " << row->batch_no << ", created " << row->created << ", "
-          << StoreStateName(row->state) << (row->offline ? ", offline" : "") << "\n"
+      out << "ref " << row->ref << ", batch " << row->batch_no << ", created " << row->created
+          << ", " << StoreStateName(row->state) << (row->offline ? ", offline" : "") << "\n"
           << ReceiptRecordToText(row->trans) << "\n";
     } else {
       err << "Unknown command \"" << command << "\"\n" << kUsage;

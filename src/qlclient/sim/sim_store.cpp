@@ -23,7 +23,10 @@ class Stmt {
   ~Stmt() { sqlite3_finalize(stmt_); }
   Stmt(const Stmt&) = delete;
   Stmt& operator=(const Stmt&) = delete;
-  Stmt& Bind(int i, int64_t v) { sqlite3_bind_int64(stmt_, i, v); return *this; }
+  Stmt& Bind(int i, int64_t v) {
+    sqlite3_bind_int64(stmt_, i, v);
+    return *this;
+  }
   Stmt& Bind(int i, const std::string& v) {
     sqlite3_bind_text(stmt_, i, v.c_str(), static_cast<int>(v.size()), SQLITE_TRANSIENT);
     return *this;
@@ -52,10 +55,14 @@ std::string Stamp() {
 
 StoreState StateFrom(int64_t v) {
   switch (v) {
-    case 1: return StoreState::kConfirmed;
-    case 2: return StoreState::kDeclined;
-    case 3: return StoreState::kCancelled;
-    default: return StoreState::kPending;
+    case 1:
+      return StoreState::kConfirmed;
+    case 2:
+      return StoreState::kDeclined;
+    case 3:
+      return StoreState::kCancelled;
+    default:
+      return StoreState::kPending;
   }
 }
 
@@ -78,16 +85,21 @@ StoredTransaction Row(Stmt& s) {
 
 const char* StoreStateName(StoreState state) {
   switch (state) {
-    case StoreState::kPending: return "pending";
-    case StoreState::kConfirmed: return "confirmed";
-    case StoreState::kDeclined: return "declined";
-    case StoreState::kCancelled: return "cancelled";
+    case StoreState::kPending:
+      return "pending";
+    case StoreState::kConfirmed:
+      return "confirmed";
+    case StoreState::kDeclined:
+      return "declined";
+    case StoreState::kCancelled:
+      return "cancelled";
   }
   return "pending";
 }
 
 SimStore::SimStore(const std::string& path) : path_(path) {
-  if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) != SQLITE_OK) {
+  if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) !=
+      SQLITE_OK) {
     std::string why = db_ ? sqlite3_errmsg(db_) : "out of memory";
     sqlite3_close(db_);
     db_ = nullptr;
@@ -98,10 +110,15 @@ SimStore::SimStore(const std::string& path) : path_(path) {
     // The first statement reads the file header: a file that is not a database fails
     // here, before anything is written to it.
     Exec("SELECT count(*) FROM sqlite_master");
-    Exec("CREATE TABLE IF NOT EXISTS batches(batch_no INTEGER PRIMARY KEY, opened TEXT NOT NULL, closed TEXT NOT NULL DEFAULT '')");
-    Exec("CREATE TABLE IF NOT EXISTS transactions(ref INTEGER PRIMARY KEY AUTOINCREMENT, batch_no INTEGER NOT NULL,"
-         " created TEXT NOT NULL, state INTEGER NOT NULL, offline INTEGER NOT NULL, uploaded INTEGER NOT NULL,"
-         " record TEXT NOT NULL)");
+    Exec(
+        "CREATE TABLE IF NOT EXISTS batches(batch_no INTEGER PRIMARY KEY, opened TEXT NOT NULL, "
+        "closed TEXT NOT NULL DEFAULT '')");
+    Exec(
+        "CREATE TABLE IF NOT EXISTS transactions(ref INTEGER PRIMARY KEY AUTOINCREMENT, batch_no "
+        "INTEGER NOT NULL,"
+        " created TEXT NOT NULL, state INTEGER NOT NULL, offline INTEGER NOT NULL, uploaded "
+        "INTEGER NOT NULL,"
+        " record TEXT NOT NULL)");
   } catch (const Failure& e) {
     sqlite3_close(db_);
     db_ = nullptr;
@@ -109,7 +126,9 @@ SimStore::SimStore(const std::string& path) : path_(path) {
   }
 }
 
-SimStore::~SimStore() { sqlite3_close(db_); }
+SimStore::~SimStore() {
+  sqlite3_close(db_);
+}
 
 void SimStore::Exec(const char* sql) {
   char* error = nullptr;
@@ -125,7 +144,9 @@ int32_t SimStore::OpenBatch() {
     Stmt s(db_, "SELECT batch_no FROM batches WHERE closed = '' ORDER BY batch_no DESC LIMIT 1");
     if (s.Step()) return static_cast<int32_t>(s.Int(0));
   }
-  Stmt add(db_, "INSERT INTO batches(batch_no, opened) VALUES((SELECT coalesce(max(batch_no), 0) + 1 FROM batches), ?)");
+  Stmt add(db_,
+           "INSERT INTO batches(batch_no, opened) VALUES((SELECT coalesce(max(batch_no), 0) + 1 "
+           "FROM batches), ?)");
   add.Bind(1, Stamp()).Step();
   return static_cast<int32_t>(sqlite3_last_insert_rowid(db_));
 }
@@ -134,8 +155,14 @@ int32_t SimStore::Add(QlTransaction& trans, bool offline) {
   Exec("BEGIN IMMEDIATE");
   try {
     const int32_t batch = OpenBatch();
-    Stmt s(db_, "INSERT INTO transactions(batch_no, created, state, offline, uploaded, record) VALUES(?, ?, 0, ?, ?, ?)");
-    s.Bind(1, batch).Bind(2, Stamp()).Bind(3, offline ? 1 : 0).Bind(4, offline ? 0 : 1).Bind(5, ReceiptRecordToText(trans));
+    Stmt s(db_,
+           "INSERT INTO transactions(batch_no, created, state, offline, uploaded, record) "
+           "VALUES(?, ?, 0, ?, ?, ?)");
+    s.Bind(1, batch)
+        .Bind(2, Stamp())
+        .Bind(3, offline ? 1 : 0)
+        .Bind(4, offline ? 0 : 1)
+        .Bind(5, ReceiptRecordToText(trans));
     s.Step();
     trans.lTransRefNo = static_cast<int32_t>(sqlite3_last_insert_rowid(db_));
     trans.strBatchNo = std::to_string(batch);
@@ -150,7 +177,8 @@ int32_t SimStore::Add(QlTransaction& trans, bool offline) {
 
 std::optional<StoredTransaction> SimStore::Find(int32_t ref) {
   const std::string sql = std::string("SELECT ") + kColumns +
-                          (ref == -1 ? " FROM transactions ORDER BY ref DESC LIMIT 1" : " FROM transactions WHERE ref = ?");
+                          (ref == -1 ? " FROM transactions ORDER BY ref DESC LIMIT 1"
+                                     : " FROM transactions WHERE ref = ?");
   Stmt s(db_, sql.c_str());
   if (ref != -1) s.Bind(1, ref);
   if (!s.Step()) return std::nullopt;
@@ -196,17 +224,20 @@ std::vector<StoredTransaction> SimStore::List(int32_t batch_no) {
 
 std::vector<StoredBatch> SimStore::Batches() {
   Stmt s(db_,
-         "SELECT b.batch_no, b.opened, b.closed, (SELECT count(*) FROM transactions t WHERE t.batch_no = b.batch_no)"
+         "SELECT b.batch_no, b.opened, b.closed, (SELECT count(*) FROM transactions t WHERE "
+         "t.batch_no = b.batch_no)"
          " FROM batches b ORDER BY b.batch_no");
   std::vector<StoredBatch> rows;
   while (s.Step()) {
-    rows.push_back({static_cast<int32_t>(s.Int(0)), s.Text(1), s.Text(2), static_cast<int32_t>(s.Int(3))});
+    rows.push_back(
+        {static_cast<int32_t>(s.Int(0)), s.Text(1), s.Text(2), static_cast<int32_t>(s.Int(3))});
   }
   return rows;
 }
 
 // Only receipt data is kept; the field names follow the contract so the file can be
 // read by an integrator with the sqlite3 shell.
+// clang-format off
 #define CCADDIN_SIM_FIELDS(X)                                                                   \
   X(lEntryMethodCode) X(lMode) X(strExpiryDate) X(strStartDate) X(strIssueNumber)                \
   X(strReferenceText) X(lTransactionTypeCode) X(strAmount) X(strCashbackAmount)                  \
@@ -222,6 +253,7 @@ std::vector<StoredBatch> SimStore::Batches() {
   X(bCustPrintIssueNo) X(bMerchPrintCvm) X(bCustPrintCvm) X(bMerchPrintAuthSource)               \
   X(bCustPrintAuthSource) X(strReferralPhoneNo) X(strReferralMerchantId)                         \
   X(strReferralExpiryDate) X(strReferralStartDate) X(strReferralIssueNo)
+// clang-format on
 
 // Text inside the component is single-byte (Windows-1252); JSON wants UTF-8. Each
 // byte is carried as the code point of the same value, so every byte comes back.
@@ -251,7 +283,9 @@ std::string Utf8ToBytes(const std::string& text) {
   return out;
 }
 
-json ToJson(const std::string& v) { return BytesToUtf8(v); }
+json ToJson(const std::string& v) {
+  return BytesToUtf8(v);
+}
 template <size_t N>
 json ToJson(const std::array<std::string, N>& v) {
   json a = json::array();
@@ -259,15 +293,21 @@ json ToJson(const std::array<std::string, N>& v) {
   return a;
 }
 template <typename T>
-json ToJson(const T& v) { return v; }
+json ToJson(const T& v) {
+  return v;
+}
 
-void FromJson(const json& j, std::string& v) { v = Utf8ToBytes(j.get<std::string>()); }
+void FromJson(const json& j, std::string& v) {
+  v = Utf8ToBytes(j.get<std::string>());
+}
 template <size_t N>
 void FromJson(const json& j, std::array<std::string, N>& v) {
   for (size_t i = 0; i < N && i < j.size(); ++i) v[i] = Utf8ToBytes(j.at(i).get<std::string>());
 }
 template <typename T>
-void FromJson(const json& j, T& v) { j.get_to(v); }
+void FromJson(const json& j, T& v) {
+  j.get_to(v);
+}
 
 std::string ReceiptRecordToText(const QlTransaction& trans) {
   json j;
@@ -282,8 +322,10 @@ std::string ReceiptRecordToText(const QlTransaction& trans) {
 QlTransaction ReceiptRecordFromText(const std::string& text) {
   QlTransaction t;
   const json j = json::parse(text, nullptr, false);
-  if (j.is_discarded() || !j.is_object()) throw Failure("Payment simulator server store holds a damaged record");
-#define CCADDIN_GET(f) if (j.contains(#f)) FromJson(j.at(#f), t.f);
+  if (j.is_discarded() || !j.is_object())
+    throw Failure("Payment simulator server store holds a damaged record");
+#define CCADDIN_GET(f) \
+  if (j.contains(#f)) FromJson(j.at(#f), t.f);
   CCADDIN_SIM_FIELDS(CCADDIN_GET)
   CCADDIN_GET(strPan)
   CCADDIN_GET(strReferralPan)

@@ -23,17 +23,17 @@ const char* StoreStateName(StoreState state);
 struct StoredTransaction {
   int32_t ref = 0;
   int32_t batch_no = 0;
-  std::string created;         // "YYYYMMDD HHMMSS"
+  std::string created;  // "YYYYMMDD HHMMSS"
   StoreState state = StoreState::kPending;
-  bool offline = false;        // made while the terminal was offline
-  bool uploaded = true;        // offline transactions: sent at a later online connect
-  QlTransaction trans;         // the receipt data, card number masked
+  bool offline = false;  // made while the terminal was offline
+  bool uploaded = true;  // offline transactions: sent at a later online connect
+  QlTransaction trans;   // the receipt data, card number masked
 };
 
 struct StoredBatch {
   int32_t batch_no = 0;
   std::string opened;
-  std::string closed;          // empty while open
+  std::string closed;  // empty while open
   int32_t count = 0;
 };
 

@@ -43,13 +43,13 @@ struct Terminal {
   bool connected = false;
   bool online = false;
   bool logged_in = false;
-  std::string presented;                // card name chosen by the operator panel
+  std::string presented;  // card name chosen by the operator panel
   std::vector<int32_t> reader_override;
   size_t reader_index = 0;
   // The card session between Start and the authorisation.
   bool started = false;
   int32_t start_amount = 0, start_cashback = 0, start_gratuity = 0, start_type = 0;
-  std::optional<SimCard> card;          // read by the last enquiry; full number in memory only
+  std::optional<SimCard> card;  // read by the last enquiry; full number in memory only
   std::string card_pan;
   std::string card_expiry;
   int32_t entry_code = 4;
@@ -90,7 +90,8 @@ bool Fault(Terminal* t, const std::string& op, int32_t& result, int32_t* code, s
   for (const auto& f : t->config->faults) {
     if (f.operation != op || n < f.call) continue;
     if (f.count != 0 && n >= f.call + f.count) continue;
-    if (f.raise) throw Failure(f.error_text.empty() ? "Simulated library error in " + op : f.error_text);
+    if (f.raise)
+      throw Failure(f.error_text.empty() ? "Simulated library error in " + op : f.error_text);
     result = f.result;
     if (code) *code = f.error_code;
     text = f.error_text.empty() ? "SIMULATED FAULT IN " + op : f.error_text;
@@ -123,7 +124,8 @@ int32_t ToInt(const std::string& text) {
   } catch (...) {
     throw Failure("Amount is not a number: " + text);
   }
-  if (used != text.size() || v < 0 || v > 2147483647LL) throw Failure("Amount is not a number: " + text);
+  if (used != text.size() || v < 0 || v > 2147483647LL)
+    throw Failure("Amount is not a number: " + text);
   return static_cast<int32_t>(v);
 }
 
@@ -144,18 +146,29 @@ std::vector<int32_t> ReaderStates(const Terminal& t) {
 
 std::string ReaderText(int32_t state) {
   switch (state) {
-    case 0: return "READER UNAVAILABLE";
-    case 1: return "INSERT CARD";
-    case 2: return "CARD INSERTED";
-    case 3: return "PLEASE WAIT";
-    case 7: return "PROCESSING";
-    case 8: return "REMOVE CARD";
+    case 0:
+      return "READER UNAVAILABLE";
+    case 1:
+      return "INSERT CARD";
+    case 2:
+      return "CARD INSERTED";
+    case 3:
+      return "PLEASE WAIT";
+    case 7:
+      return "PROCESSING";
+    case 8:
+      return "REMOVE CARD";
     case 9:
-    case 12: return "CARD SWIPED";
-    case 10: return "SWIPE CARD ON TILL";
-    case 11: return "CARD NOT ACCEPTED";
-    case 13: return "CARD TAPPED";
-    default: return "PLEASE WAIT";
+    case 12:
+      return "CARD SWIPED";
+    case 10:
+      return "SWIPE CARD ON TILL";
+    case 11:
+      return "CARD NOT ACCEPTED";
+    case 13:
+      return "CARD TAPPED";
+    default:
+      return "PLEASE WAIT";
   }
 }
 
@@ -195,7 +208,9 @@ std::string TwoDigits(int v) {
   return buf;
 }
 
-Terminal* Current() { return Sim().current; }
+Terminal* Current() {
+  return Sim().current;
+}
 
 // Loads (or reloads, when the file changed) the configuration of `path`.
 Terminal& TerminalFor(const std::string& path) {
@@ -233,8 +248,10 @@ Terminal& TerminalFor(const std::string& path) {
 class SimParameters final : public QlParameters {
  public:
   void SetConfigFile(const std::string& folder, const std::string& name) override {
-    if (folder.empty()) path = name;
-    else path = (std::filesystem::path(folder) / name).string();
+    if (folder.empty())
+      path = name;
+    else
+      path = (std::filesystem::path(folder) / name).string();
   }
   std::string path;
 };
@@ -418,14 +435,27 @@ class SimCardEnquiry final : public QlCardEnquiry {
     t->pin_bypass_pending = false;
     t->pin_bypass_answered = false;
     switch (card.entry) {
-      case CardEntry::kChip: t->entry_code = 2; lCardDataType = 2; break;
-      case CardEntry::kTap: t->entry_code = 3; lCardDataType = 3; break;
-      case CardEntry::kSwipe: t->entry_code = 1; lCardDataType = 1; break;
-      case CardEntry::kKeyed: t->entry_code = 0; lCardDataType = 0; break;
+      case CardEntry::kChip:
+        t->entry_code = 2;
+        lCardDataType = 2;
+        break;
+      case CardEntry::kTap:
+        t->entry_code = 3;
+        lCardDataType = 3;
+        break;
+      case CardEntry::kSwipe:
+        t->entry_code = 1;
+        lCardDataType = 1;
+        break;
+      case CardEntry::kKeyed:
+        t->entry_code = 0;
+        lCardDataType = 0;
+        break;
     }
     strPan = card.entry == CardEntry::kKeyed ? card_pan : "";
     strExpiryDate = card.entry == CardEntry::kKeyed ? expiry : "";
-    strTrack = card.entry == CardEntry::kSwipe ? ";" + card_pan + "=" + expiry + "1011234567890?" : "";
+    strTrack =
+        card.entry == CardEntry::kSwipe ? ";" + card_pan + "=" + expiry + "1011234567890?" : "";
     strSchemeName = card.scheme;
     lCardType = card.fuel ? 1 : 0;
     strAllowedProducts = card.allowed_products;
@@ -464,9 +494,9 @@ class SimCardEnquiry final : public QlCardEnquiry {
 
 class SimTransactionStart final : public QlTransactionStart {
  public:
-  int32_t Start(const std::string&, int32_t amount, int32_t cashback, int32_t gratuity, int32_t type,
-                const std::string&, const std::string&, const std::string&, bool, bool swipe, bool,
-                bool tap) override {
+  int32_t Start(const std::string&, int32_t amount, int32_t cashback, int32_t gratuity,
+                int32_t type, const std::string&, const std::string&, const std::string&, bool,
+                bool swipe, bool, bool tap) override {
     Terminal* t = Current();
     if (!Ready(t, *this)) return 1;
     int32_t result = 0;
@@ -494,7 +524,9 @@ class SimTransactionStart final : public QlTransactionStart {
   }
 };
 
-int32_t TotalOf(const Terminal& t) { return t.start_amount + t.start_cashback + t.start_gratuity; }
+int32_t TotalOf(const Terminal& t) {
+  return t.start_amount + t.start_cashback + t.start_gratuity;
+}
 
 std::string ForeignAmount(int32_t amount, const std::string& rate) {
   const double r = std::strtod(rate.c_str(), nullptr);
@@ -532,7 +564,7 @@ class SimDccEnquiry final : public QlDccEnquiry {
 
 struct Magic {
   std::optional<CardOutcome> outcome;
-  int32_t process_result = 0;   // non-zero: the library answer to give instead
+  int32_t process_result = 0;  // non-zero: the library answer to give instead
   int32_t error_code = 0;
   bool pin_bypass = false;
   bool offline = false;
@@ -543,30 +575,61 @@ struct Magic {
 Magic MagicFor(int32_t amount) {
   Magic m;
   switch (amount) {
-    case 10002: m.outcome = CardOutcome::kReferred; break;
-    case 10003: m.pin_bypass = true; break;
-    case 10004: m.process_result = 2; break;
-    case 10005: m.outcome = CardOutcome::kDeclined; break;
-    case 10006: m.process_result = 4; break;
-    case 10009: m.reenquiry = true; break;
-    case 10010: m.offline = true; break;
-    case 10051: m.process_result = 1; m.error_code = kServerError; break;
-    case 10200: case 30001: case 30003: case 30006: case 30056:
-      m.process_result = 1; m.error_code = amount; break;
-    default: break;
+    case 10002:
+      m.outcome = CardOutcome::kReferred;
+      break;
+    case 10003:
+      m.pin_bypass = true;
+      break;
+    case 10004:
+      m.process_result = 2;
+      break;
+    case 10005:
+      m.outcome = CardOutcome::kDeclined;
+      break;
+    case 10006:
+      m.process_result = 4;
+      break;
+    case 10009:
+      m.reenquiry = true;
+      break;
+    case 10010:
+      m.offline = true;
+      break;
+    case 10051:
+      m.process_result = 1;
+      m.error_code = kServerError;
+      break;
+    case 10200:
+    case 30001:
+    case 30003:
+    case 30006:
+    case 30056:
+      m.process_result = 1;
+      m.error_code = amount;
+      break;
+    default:
+      break;
   }
   return m;
 }
 
 std::string ErrorTextFor(int32_t code) {
   switch (code) {
-    case 10100: return "SERVER ERROR - TRANSACTION NOT PROCESSED";
-    case 10200: return "NO RESPONSE FROM AUTHORISATION HOST";
-    case 30001: return "CONNECTION TO SERVER LOST";
-    case 30003: return "SERVER CLOSED THE CONNECTION";
-    case 30006: return "TIMEOUT WAITING FOR SERVER";
-    case 30056: return "CONNECTION RESET BY SERVER";
-    default: return "ERROR " + std::to_string(code);
+    case 10100:
+      return "SERVER ERROR - TRANSACTION NOT PROCESSED";
+    case 10200:
+      return "NO RESPONSE FROM AUTHORISATION HOST";
+    case 30001:
+      return "CONNECTION TO SERVER LOST";
+    case 30003:
+      return "SERVER CLOSED THE CONNECTION";
+    case 30006:
+      return "TIMEOUT WAITING FOR SERVER";
+    case 30056:
+      return "CONNECTION RESET BY SERVER";
+    default:
+      return "ERROR " + std::to_string(code);
   }
 }
 
@@ -578,7 +641,8 @@ std::string Hex(uint64_t v, int digits) {
 }
 
 // Fills the server's answer into `trans` and stores it.
-void Authorise(Terminal& t, QlTransaction& trans, CardOutcome outcome, int32_t cvm, bool offline_by_device) {
+void Authorise(Terminal& t, QlTransaction& trans, CardOutcome outcome, int32_t cvm,
+               bool offline_by_device) {
   const SimConfig& c = *t.config;
   const SimCard& card = *t.card;
   const DateTime now = CurrentEnv()->Now();
@@ -609,15 +673,21 @@ void Authorise(Terminal& t, QlTransaction& trans, CardOutcome outcome, int32_t c
   trans.bMerchPrintCvm = true;
   trans.bCustPrintCvm = true;
   trans.strAvailableSpend = t.entry_code == 3 ? card.available_spend : "";
-  if (t.entry_code == 0) trans.strCv2AvsResult = trans.strCv2.empty() ? "CV2 NOT CHECKED" : "CV2 MATCHED ADDRESS MATCHED";
+  if (t.entry_code == 0)
+    trans.strCv2AvsResult =
+        trans.strCv2.empty() ? "CV2 NOT CHECKED" : "CV2 MATCHED ADDRESS MATCHED";
   trans.strCv2.clear();
   trans.lCv2Present = 0;
   const bool offline = offline_by_device || !t.online;
   trans.lProcessingState = offline ? 2 : 1;
   trans.lAuthSource = offline ? 1 : 2;
-  trans.lStatus = outcome == CardOutcome::kAuthorised ? 1 : outcome == CardOutcome::kReferred ? 2 : 3;
+  trans.lStatus = outcome == CardOutcome::kAuthorised ? 1
+                  : outcome == CardOutcome::kReferred ? 2
+                                                      : 3;
   trans.bCancelled = false;
-  trans.strResponseText = trans.lStatus == 1 ? "AUTHORISED" : trans.lStatus == 2 ? "REFERRAL - CALL AUTH CENTRE" : "DECLINED";
+  trans.strResponseText = trans.lStatus == 1   ? "AUTHORISED"
+                          : trans.lStatus == 2 ? "REFERRAL - CALL AUTH CENTRE"
+                                               : "DECLINED";
   if (trans.lStatus == 2) {
     trans.strReferralPhoneNo = c.referral_phone;
     trans.strReferralMerchantId = c.merchant_no;
@@ -629,7 +699,8 @@ void Authorise(Terminal& t, QlTransaction& trans, CardOutcome outcome, int32_t c
   const int32_t ref = t.store->Add(trans, offline);
   if (trans.lStatus == 1) {
     char code[8];
-    std::snprintf(code, sizeof code, "%06d", static_cast<int>((static_cast<int64_t>(ref) * 7919 + 104729) % 1000000));
+    std::snprintf(code, sizeof code, "%06d",
+                  static_cast<int>((static_cast<int64_t>(ref) * 7919 + 104729) % 1000000));
     trans.strAuthCode = code;
   } else {
     trans.strAuthCode.clear();
@@ -699,7 +770,8 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     }
     t->reenquiry_asked = false;
     const SimCard& card = *t->card;
-    if ((card.pin_bypass || m.pin_bypass) && !t->pin_bypass_answered && (card.cvm == 1 || card.cvm == 2)) {
+    if ((card.pin_bypass || m.pin_bypass) && !t->pin_bypass_answered &&
+        (card.cvm == 1 || card.cvm == 2)) {
       t->pin_bypass_pending = true;
       Show(*t, "PIN BYPASS?");
       return 3;
@@ -766,8 +838,10 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
       t.card = PresentedCard(t);
       t.card_pan = t.card->pan;
       t.card_expiry = t.card->expiry;
-      t.entry_code = t.card->entry == CardEntry::kTap ? 3 : t.card->entry == CardEntry::kSwipe ? 1
-                   : t.card->entry == CardEntry::kKeyed ? 0 : 2;
+      t.entry_code = t.card->entry == CardEntry::kTap     ? 3
+                     : t.card->entry == CardEntry::kSwipe ? 1
+                     : t.card->entry == CardEntry::kKeyed ? 0
+                                                          : 2;
       return true;
     }
     return false;
@@ -778,12 +852,15 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     trans.strBaseAmount = trans.strAmount;
     trans.strBaseCurrencyText = CurrencyText(t, trans.strCurrencyCode);
     trans.strAmount = ForeignAmount(ToInt(trans.strAmount), card.dcc_rate);
-    trans.strCashbackAmount = trans.strCashbackAmount.empty() ? "" : ForeignAmount(ToInt(trans.strCashbackAmount), card.dcc_rate);
+    trans.strCashbackAmount = trans.strCashbackAmount.empty()
+                                  ? ""
+                                  : ForeignAmount(ToInt(trans.strCashbackAmount), card.dcc_rate);
     trans.strExchangeRate = card.dcc_rate;
     trans.lTransCurrencyExponent = card.dcc_exponent;
     trans.strConversionStatement =
-        "I have been offered a choice of currencies and have chosen to pay in " + card.dcc_currency +
-        ". Exchange rate " + card.dcc_rate + " includes a 3.5% margin. This currency conversion service is"
+        "I have been offered a choice of currencies and have chosen to pay in " +
+        card.dcc_currency + ". Exchange rate " + card.dcc_rate +
+        " includes a 3.5% margin. This currency conversion service is"
         " provided by the merchant.";
     trans.strCurrencyCode = card.dcc_currency;
     trans.strCurrencyText = card.dcc_currency;
@@ -809,10 +886,12 @@ class SimConfirm final : public QlConfirm {
     if (Fault(t, "Confirm.Confirm", result, &lErrorCode, strErrorText)) return result;
     if (code < 0 || code > 2) return Fail(kBadRequest, "INVALID CONFIRMATION CODE");
     auto stored = t->store->Find(ref);
-    if (!stored || ref <= 0) return Fail(kUnknownReference, "TRANSACTION " + std::to_string(ref) + " NOT FOUND");
+    if (!stored || ref <= 0)
+      return Fail(kUnknownReference, "TRANSACTION " + std::to_string(ref) + " NOT FOUND");
     QlTransaction& trans = stored->trans;
     StoreState state = stored->state;
-    if (state == StoreState::kCancelled) return Fail(kAlreadySettled, "TRANSACTION ALREADY CANCELLED");
+    if (state == StoreState::kCancelled)
+      return Fail(kAlreadySettled, "TRANSACTION ALREADY CANCELLED");
     if (code == 2) {
       // Cancelling works on a pending or a confirmed transaction (a void).
       trans.bCancelled = true;
@@ -883,7 +962,8 @@ class SimReceiptInfo final : public QlReceiptInfo {
     auto stored = t->store->Find(ref);
     if (!stored || ref == 0 || ref < -1) {
       lErrorCode = kUnknownReference;
-      strErrorText = ref == -1 ? "NO TRANSACTIONS ON FILE" : "TRANSACTION " + std::to_string(ref) + " NOT FOUND";
+      strErrorText = ref == -1 ? "NO TRANSACTIONS ON FILE"
+                               : "TRANSACTION " + std::to_string(ref) + " NOT FOUND";
       return 1;
     }
     oTrans = stored->trans;
@@ -929,7 +1009,8 @@ class SimReport final : public QlReport {
       file = location;
     } else {
       const DateTime now = CurrentEnv()->Now();
-      file = std::filesystem::path(location) / ("TMP_" + now.Yyyymmdd() + "_" + now.Hhmmss() + ".txt");
+      file =
+          std::filesystem::path(location) / ("TMP_" + now.Yyyymmdd() + "_" + now.Hhmmss() + ".txt");
     }
     const bool fuel_only = file.filename().string().rfind("TMP_FUEL_", 0) == 0;
     std::ofstream out(file, std::ios::binary | std::ios::trunc);
@@ -943,7 +1024,9 @@ class SimReport final : public QlReport {
     const int32_t batch = t->store->OpenBatch();
     for (const auto& row : t->store->List(batch)) {
       const QlTransaction& x = row.trans;
-      if (x.lStatus != 1 || row.state == StoreState::kCancelled || row.state == StoreState::kDeclined) continue;
+      if (x.lStatus != 1 || row.state == StoreState::kCancelled ||
+          row.state == StoreState::kDeclined)
+        continue;
       if (fuel_only && x.lCardType != 1) continue;
       const int32_t type = x.lTransactionTypeCode;
       const bool refund = type == 6 || type == 8 || type == 9;
@@ -951,10 +1034,16 @@ class SimReport final : public QlReport {
       const std::string amount = x.strBaseAmount.empty() ? x.strAmount : x.strBaseAmount;
       const int32_t a = ToInt(amount);
       const int32_t cb = cashback ? ToInt(x.strCashbackAmount) : 0;
-      out << row.ref << "," << row.created.substr(0, 8) << "," << (refund ? "F" : cashback ? "B" : "A") << ","
-          << a << "," << cb << "," << x.strSchemeName << "\r\n";
+      out << row.ref << "," << row.created.substr(0, 8) << ","
+          << (refund     ? "F"
+              : cashback ? "B"
+                         : "A")
+          << "," << a << "," << cb << "," << x.strSchemeName << "\r\n";
       ++lCount;
-      if (refund) lRefundTotal += a; else lSaleTotal += a;
+      if (refund)
+        lRefundTotal += a;
+      else
+        lSaleTotal += a;
       lCashbackTotal += cb;
     }
     out.close();
@@ -993,7 +1082,10 @@ class SimFuelProductEnquiry final : public QlFuelProductEnquiry {
       std::string field;
       int index = 0;
       for (char ch : card->allowed_products + ",") {
-        if (ch != ',') { field += ch; continue; }
+        if (ch != ',') {
+          field += ch;
+          continue;
+        }
         if (index++ % 2 == 0) allowed.push_back(field);
         field.clear();
       }
@@ -1002,7 +1094,8 @@ class SimFuelProductEnquiry final : public QlFuelProductEnquiry {
     const std::string& info = strProductInfo;
     while (pos < info.size()) {
       const size_t end = info.find('\x1E', pos);
-      const std::string record = info.substr(pos, end == std::string::npos ? std::string::npos : end - pos);
+      const std::string record =
+          info.substr(pos, end == std::string::npos ? std::string::npos : end - pos);
       const std::string code = record.substr(0, record.find('\x1C'));
       if (!code.empty() && std::find(allowed.begin(), allowed.end(), code) == allowed.end()) {
         lErrorCode = kProductNotAllowed;
@@ -1019,20 +1112,42 @@ class SimFuelProductEnquiry final : public QlFuelProductEnquiry {
 class SimFactory final : public QlFactory {
  public:
   std::unique_ptr<QlSession> CreateSession() override { return std::make_unique<SimSession>(); }
-  std::unique_ptr<QlParameters> CreateParameters() override { return std::make_unique<SimParameters>(); }
+  std::unique_ptr<QlParameters> CreateParameters() override {
+    return std::make_unique<SimParameters>();
+  }
   std::unique_ptr<QlLogin> CreateLogin() override { return std::make_unique<SimLogin>(); }
-  std::unique_ptr<QlCardReader> CreateCardReader() override { return std::make_unique<SimCardReader>(); }
-  std::unique_ptr<QlCardReaderStatus> CreateCardReaderStatus() override { return std::make_unique<SimCardReaderStatus>(); }
-  std::unique_ptr<QlCardEnquiry> CreateCardEnquiry() override { return std::make_unique<SimCardEnquiry>(); }
-  std::unique_ptr<QlTransactionStart> CreateTransactionStart() override { return std::make_unique<SimTransactionStart>(); }
-  std::unique_ptr<QlDccEnquiry> CreateDccEnquiry() override { return std::make_unique<SimDccEnquiry>(); }
-  std::unique_ptr<QlTransactionProcessor> CreateTransactionProcessor() override { return std::make_unique<SimTransactionProcessor>(); }
+  std::unique_ptr<QlCardReader> CreateCardReader() override {
+    return std::make_unique<SimCardReader>();
+  }
+  std::unique_ptr<QlCardReaderStatus> CreateCardReaderStatus() override {
+    return std::make_unique<SimCardReaderStatus>();
+  }
+  std::unique_ptr<QlCardEnquiry> CreateCardEnquiry() override {
+    return std::make_unique<SimCardEnquiry>();
+  }
+  std::unique_ptr<QlTransactionStart> CreateTransactionStart() override {
+    return std::make_unique<SimTransactionStart>();
+  }
+  std::unique_ptr<QlDccEnquiry> CreateDccEnquiry() override {
+    return std::make_unique<SimDccEnquiry>();
+  }
+  std::unique_ptr<QlTransactionProcessor> CreateTransactionProcessor() override {
+    return std::make_unique<SimTransactionProcessor>();
+  }
   std::unique_ptr<QlConfirm> CreateConfirm() override { return std::make_unique<SimConfirm>(); }
-  std::unique_ptr<QlFuelBalance> CreateFuelBalance() override { return std::make_unique<SimFuelBalance>(); }
-  std::unique_ptr<QlReceiptInfo> CreateReceiptInfo() override { return std::make_unique<SimReceiptInfo>(); }
-  std::unique_ptr<QlCloseBatch> CreateCloseBatch() override { return std::make_unique<SimCloseBatch>(); }
+  std::unique_ptr<QlFuelBalance> CreateFuelBalance() override {
+    return std::make_unique<SimFuelBalance>();
+  }
+  std::unique_ptr<QlReceiptInfo> CreateReceiptInfo() override {
+    return std::make_unique<SimReceiptInfo>();
+  }
+  std::unique_ptr<QlCloseBatch> CreateCloseBatch() override {
+    return std::make_unique<SimCloseBatch>();
+  }
   std::unique_ptr<QlReport> CreateReport() override { return std::make_unique<SimReport>(); }
-  std::unique_ptr<QlFuelProductEnquiry> CreateFuelProductEnquiry() override { return std::make_unique<SimFuelProductEnquiry>(); }
+  std::unique_ptr<QlFuelProductEnquiry> CreateFuelProductEnquiry() override {
+    return std::make_unique<SimFuelProductEnquiry>();
+  }
 };
 
 }  // namespace

@@ -18,10 +18,9 @@ namespace {
 
 // Windows-1252 0x80-0x9F; the rest of the code page is Latin-1.
 constexpr std::array<char16_t, 32> kCp1252High = {
-    0x20AC, 0xFFFD, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
-    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0xFFFD, 0x017D, 0xFFFD,
-    0xFFFD, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
-    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0xFFFD, 0x017E, 0x0178,
+    0x20AC, 0xFFFD, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0xFFFD, 0x017D, 0xFFFD, 0xFFFD, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0xFFFD, 0x017E, 0x0178,
 };
 
 QString FromWindows1252(std::string_view text) {
@@ -34,7 +33,9 @@ QString FromWindows1252(std::string_view text) {
   return out;
 }
 
-std::string ToStd(const QString& text) { return text.toStdString(); }
+std::string ToStd(const QString& text) {
+  return text.toStdString();
+}
 
 // Printing needs fonts, and Qt's fonts need a GUI application. A till that is not a
 // Qt program gets one here; without a display it renders off screen, which is all
@@ -120,7 +121,8 @@ class QtOsPrinter : public OsPrinter {
       painter.setFont(*font_);
       const QFontMetrics metrics(*font_, &*printer_);
       const int line_height = metrics.lineSpacing();
-      const int page_height = printer_->pageLayout().paintRectPixels(printer_->resolution()).height();
+      const int page_height =
+          printer_->pageLayout().paintRectPixels(printer_->resolution()).height();
       int y = 0;
       const auto print_line = [&](std::string_view line) {
         if (y > 0 && y + line_height > page_height) {

@@ -75,10 +75,10 @@ TEST_F(RegAdminTest, SetGetListAndDelete) {
   EXPECT_NE(r.err.find("REG_DWORD"), std::string::npos);  // and why it has no effect
 
   r = Admin({"list"});
-  EXPECT_EQ(Lines(r.out), (std::vector<std::string>{
-                              "IdlePrompt1 = Caf\xC3\xA9 \xE2\x82\xAC",
-                              "LeftTwips = -120",
-                              "SaveReceipts = dword:00000001  (REG_DWORD: ignored by the add-in)"}));
+  EXPECT_EQ(Lines(r.out),
+            (std::vector<std::string>{
+                "IdlePrompt1 = Caf\xC3\xA9 \xE2\x82\xAC", "LeftTwips = -120",
+                "SaveReceipts = dword:00000001  (REG_DWORD: ignored by the add-in)"}));
 
   r = Admin({"set", "SaveRecipts", "1"});  // a typing mistake still stores, with a note
   EXPECT_EQ(r.code, kExitOk);
@@ -172,10 +172,10 @@ TEST_F(RegAdminTest, ExportAndImportRoundTripInBothFormats) {
 TEST_F(RegAdminTest, ImportIsAllOrNothing) {
   ASSERT_EQ(Admin({"init"}).code, kExitOk);
   ASSERT_EQ(Admin({"set", "Mode", "0"}).code, kExitOk);
-  const std::string file = reg_.dir().Write(
-      "bad.reg",
-      "REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Tamberin\\ccaddin]\r\n"
-      "\"Mode\"=\"1\"\r\n\"SaveReceipts\"=\"1\"\r\n\"ComPort\"=\"C:\\COM1\"\r\n");
+  const std::string file =
+      reg_.dir().Write("bad.reg",
+                       "REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Tamberin\\ccaddin]\r\n"
+                       "\"Mode\"=\"1\"\r\n\"SaveReceipts\"=\"1\"\r\n\"ComPort\"=\"C:\\COM1\"\r\n");
   ExpectFailure(Admin({"import", file}), kExitFailed, file + ":6: ");
   EXPECT_EQ(reg_.Text("Mode"), "0");
   EXPECT_EQ(reg_.All().size(), 1u);
@@ -207,8 +207,8 @@ TEST_F(RegAdminTest, CorruptDatabaseIsReportedAndLeftAlone) {
 // The built program, as an installer runs it from a fresh build.
 TEST_F(RegAdminTest, TheBuiltCommandRunsAndReportsThroughItsExitStatus) {
   const auto run = [&](const std::string& args, std::string* out) {
-    const std::string command = std::string(CCADDIN_REG_BINARY) + " --db '" + reg_.path() +
-                                "' " + args + " 2>/dev/null";
+    const std::string command =
+        std::string(CCADDIN_REG_BINARY) + " --db '" + reg_.path() + "' " + args + " 2>/dev/null";
     FILE* pipe = popen(command.c_str(), "r");
     if (pipe == nullptr) return -1;
     char buffer[4096];

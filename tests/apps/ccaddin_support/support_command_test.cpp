@@ -70,14 +70,13 @@ class SupportReportTest : public ::testing::Test {
  protected:
   SupportReportTest() {
     reg_.Set("BaseCurrencyExponent", "2");
-    data_ = dir_.Write("TMP_20260115_173042.txt",
-                       std::string(kHeading) +
-                           "1,20260115,A,4200,0,Visa\r\n"
-                           "2,20260115,B,2500,2000,Mastercard\r\n"
-                           "3,20260115,A,1999,0,Visa\r\n"
-                           "4,20260115,F,1500,0,Visa\r\n"
-                           "5,20260115,A,105,0,Mastercard\r\n"
-                           "6,20260115,F,7500,0,Amex\r\n");
+    data_ = dir_.Write("TMP_20260115_173042.txt", std::string(kHeading) +
+                                                      "1,20260115,A,4200,0,Visa\r\n"
+                                                      "2,20260115,B,2500,2000,Mastercard\r\n"
+                                                      "3,20260115,A,1999,0,Visa\r\n"
+                                                      "4,20260115,F,1500,0,Visa\r\n"
+                                                      "5,20260115,A,105,0,Mastercard\r\n"
+                                                      "6,20260115,F,7500,0,Amex\r\n");
     till_ = dir_.Write("till.json", kTillJson);
   }
 
@@ -101,13 +100,16 @@ TEST_F(SupportReportTest, PrintsTheReportTextAndWritesNothing) {
 }
 
 TEST_F(SupportReportTest, XReportWithFuelSummaryFromAnotherFolder) {
-  dir_.Write("TMP_20260115_173042.txt",
-             std::string(kHeading) + "1,20260115,A,6000,0,Visa\r\n2,20260115,A,8250,0,Fuel Card\r\n");
+  dir_.Write(
+      "TMP_20260115_173042.txt",
+      std::string(kHeading) + "1,20260115,A,6000,0,Visa\r\n2,20260115,A,8250,0,Fuel Card\r\n");
   std::filesystem::create_directory(dir_.file("fuel"));
-  dir_.Write("fuel/TMP_FUEL_20260115_173042.txt",
-             std::string(kHeading) + "2,20260115,A,8250,0,Fuel Card\r\n7,20260115,F,1250,0,Fuel Card\r\n");
-  const Result r = Support({"report", "--x", "--fuel", dir_.file("fuel/TMP_FUEL_20260115_173042.txt"),
-                            "--till", till_, data_});
+  dir_.Write(
+      "fuel/TMP_FUEL_20260115_173042.txt",
+      std::string(kHeading) + "2,20260115,A,8250,0,Fuel Card\r\n7,20260115,F,1250,0,Fuel Card\r\n");
+  const Result r =
+      Support({"report", "--x", "--fuel", dir_.file("fuel/TMP_FUEL_20260115_173042.txt"), "--till",
+               till_, data_});
   ASSERT_EQ(r.code, kSupportExitOk) << r.err;
   EXPECT_TRUE(MatchesGolden(r.out, "reports/x_report_fuel_summary.txt"));
 }
@@ -130,7 +132,8 @@ TEST_F(SupportReportTest, ExponentComesFromTheSettingsUnlessGiven) {
 }
 
 TEST_F(SupportReportTest, TextIsUtf8UnlessRaw) {
-  dir_.Write("TMP_20260115_173042.txt", std::string(kHeading) + "1,20260115,A,100,0,Carte \xe9l\xe9gante\r\n");
+  dir_.Write("TMP_20260115_173042.txt",
+             std::string(kHeading) + "1,20260115,A,100,0,Carte \xe9l\xe9gante\r\n");
   const Result utf8 = Support({"report", data_});
   EXPECT_NE(utf8.out.find("CARTE \xc3\x89L\xc3\x89GANTE"), std::string::npos);
   const Result raw = Support({"report", "--raw", data_});
@@ -155,7 +158,8 @@ TEST_F(SupportReportTest, FailuresSayWhyOnOneLine) {
   ExpectFailure(Support({"report", "--till", till_, data_}), kSupportExitFailed,
                 "strMerchantName must be a string");
   dir_.Write("till.json", "{");
-  ExpectFailure(Support({"report", "--till", till_, data_}), kSupportExitFailed, "is not valid JSON");
+  ExpectFailure(Support({"report", "--till", till_, data_}), kSupportExitFailed,
+                "is not valid JSON");
   ExpectFailure(Support({"report", "--till", dir_.file("none.json"), data_}), kSupportExitFailed,
                 "cannot read");
 }
@@ -204,8 +208,10 @@ TEST_F(SupportReceiptTest, BothCopiesMerchantFirstAndDuplicatesMarked) {
   const auto separator = std::find(lines.begin(), lines.end(), std::string(40, '='));
   ASSERT_NE(separator, lines.end());
   EXPECT_EQ(std::count(lines.begin(), lines.end(), std::string(40, '=')), 1);
-  EXPECT_NE(std::find(lines.begin(), separator, "             MERCHANT COPY             "), separator);
-  EXPECT_NE(std::find(separator, lines.end(), "             CUSTOMER COPY             "), lines.end());
+  EXPECT_NE(std::find(lines.begin(), separator, "             MERCHANT COPY             "),
+            separator);
+  EXPECT_NE(std::find(separator, lines.end(), "             CUSTOMER COPY             "),
+            lines.end());
   EXPECT_EQ(std::count(lines.begin(), lines.end(), "           DUPLICATE RECEIPT           "), 2);
   // The card number is masked on both copies.
   EXPECT_EQ(r.out.find("4761739001010119"), std::string::npos);
@@ -217,13 +223,19 @@ TEST_F(SupportReceiptTest, DateTimeSettingsAndTextForm) {
   Result r = Support({"receipt", "--copy", "customer", DataPath("support/chip_pin_sale.json")});
   ASSERT_EQ(r.code, kSupportExitOk) << r.err;
   EXPECT_NE(r.out.find("15/01/26 10:30"), std::string::npos) << r.out;
-  EXPECT_NE(r.out.find("AMOUNT                            \xc2\xa3" "24.50"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("AMOUNT                            \xc2\xa3"
+                       "24.50"),
+            std::string::npos)
+      << r.out;
   // The settings decide the header, as for the add-in.
   EXPECT_EQ(r.out.find("HARBOUR ROAD STORES"), std::string::npos);
   reg_.Set("PrintCustomerHeader", "1");
   r = Preview("chip_pin_sale.json", {"--copy", "customer", "--exponent", "3"});
   EXPECT_NE(r.out.find("HARBOUR ROAD STORES"), std::string::npos);
-  EXPECT_NE(r.out.find("\xa3" "2.450"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("\xa3"
+                       "2.450"),
+            std::string::npos)
+      << r.out;
 }
 
 TEST_F(SupportReceiptTest, BadTransactionFilesAreRefusedWithTheReason) {
@@ -236,9 +248,11 @@ TEST_F(SupportReceiptTest, BadTransactionFilesAreRefusedWithTheReason) {
       {R"({"transaction": {"lStatus": "1"}})", "lStatus must be a whole number of 32 bits"},
       {R"({"transaction": {"lStatus": 4294967296}})", "lStatus must be a whole number of 32 bits"},
       {R"({"transaction": {"bCancelled": 1}})", "bCancelled must be true or false"},
-      {R"({"transaction": {"strSchemeName": "\u4e2d"}})", "strSchemeName has a character outside Windows-1252"},
+      {R"({"transaction": {"strSchemeName": "\u4e2d"}})",
+       "strSchemeName has a character outside Windows-1252"},
       {R"({"transaction": {}, "tills": {}})", "unknown member \"tills\""},
-      {R"({"transaction": {}, "session": {"bMileage": true}})", "unknown session member \"bMileage\""},
+      {R"({"transaction": {}, "session": {"bMileage": true}})",
+       "unknown session member \"bMileage\""},
       {R"({"transaction": {"strEmvValues": [1]}})", "strEmvValues[0] must be a string"},
       {R"({"transaction": {}, "fuel": {"products": [{"strProductCode": "1", "strAmount": "100", "lQuantity": 1}]}})",
        "Product code is not 3 digits in length (1)"},
@@ -249,7 +263,8 @@ TEST_F(SupportReceiptTest, BadTransactionFilesAreRefusedWithTheReason) {
     ExpectFailure(Support({"receipt", path}), kSupportExitFailed, path + ": " + c.message);
   }
   ExpectFailure(Support({"receipt", "--copy", "both-ways", "t.json"}), kSupportExitUsage, "--copy");
-  ExpectFailure(Support({"receipt", "--date", "20260230", "t.json"}), kSupportExitUsage, "not a date");
+  ExpectFailure(Support({"receipt", "--date", "20260230", "t.json"}), kSupportExitUsage,
+                "not a date");
   ExpectFailure(Support({"receipt", "--time", "2460", "t.json"}), kSupportExitUsage, "not a time");
 }
 

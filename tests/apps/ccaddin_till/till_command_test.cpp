@@ -25,8 +25,8 @@ TEST(TillAmount, ReadsPoundsAndPenceAndRefusesTheRest) {
   EXPECT_EQ(ParseAmount("12"), 1200);
   EXPECT_EQ(ParseAmount("0.07"), 7);
   EXPECT_EQ(ParseAmount("21474836.47"), 2147483647);
-  for (const char* bad : {"", ".", "12.", ".50", "-1", "+1", "1.234", "1,50", "12a", "21474836.48",
-                          "999999999"}) {
+  for (const char* bad :
+       {"", ".", "12.", ".50", "-1", "+1", "1.234", "1,50", "12a", "21474836.48", "999999999"}) {
     EXPECT_EQ(ParseAmount(bad), std::nullopt) << bad;
   }
 }
@@ -64,8 +64,9 @@ class TillCommandTest : public ::testing::Test {
 };
 
 TEST_F(TillCommandTest, SaleOnAFreshSiteIsAuthorisedWithBothReceiptsAndNoCardNumberOnDisk) {
-  ASSERT_EQ(Run({"sale", "12.50", "--card", "visa-chip-pin", "--cashback", "5.00", "--dir", site()}),
-            kTillExitOk)
+  ASSERT_EQ(
+      Run({"sale", "12.50", "--card", "visa-chip-pin", "--cashback", "5.00", "--dir", site()}),
+      kTillExitOk)
       << err_.str();
   const std::string out = out_.str();
   EXPECT_NE(out.find("Demo site: " + site()), std::string::npos) << out;
@@ -105,8 +106,8 @@ TEST_F(TillCommandTest, SetupPrintsOnlyTheExportLineForAShell) {
 TEST_F(TillCommandTest, FailuresAndBadCommandLines) {
   EXPECT_EQ(Run({"sale", "12.50", "--card", "no-such-card", "--dir", site()}), kTillExitUsage);
   EXPECT_NE(err_.str().find("Unknown test card"), std::string::npos) << err_.str();
-  EXPECT_EQ(Run({"sale", "12.50", "--card", "mc-declined", "--cashback", "1.00", "--type",
-                 "refund", "--dir", site()}),
+  EXPECT_EQ(Run({"sale", "12.50", "--card", "mc-declined", "--cashback", "1.00", "--type", "refund",
+                 "--dir", site()}),
             kTillExitUsage);
   EXPECT_EQ(Run({"sale", "lots", "--dir", site()}), kTillExitUsage);
   EXPECT_EQ(Run({"sale", "--dir", site()}), kTillExitUsage);

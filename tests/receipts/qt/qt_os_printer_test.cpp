@@ -12,7 +12,9 @@
 
 // fontconfig keeps a cache allocation for the life of the process that it never frees;
 // the sanitizer build's leak check ignores that one library and nothing else.
-extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig.so\n"; }
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:libfontconfig.so\n";
+}
 
 namespace ccaddin {
 namespace {
@@ -38,8 +40,12 @@ std::vector<std::string> Lines(const std::string& text) {
 }
 
 // What a reader of the PDF sees, laid out in columns as printed.
-std::string PdfText(const std::string& pdf) { return RunCommand("pdftotext -layout '" + pdf + "' -"); }
-std::string PdfFonts(const std::string& pdf) { return RunCommand("pdffonts '" + pdf + "'"); }
+std::string PdfText(const std::string& pdf) {
+  return RunCommand("pdftotext -layout '" + pdf + "' -");
+}
+std::string PdfFonts(const std::string& pdf) {
+  return RunCommand("pdffonts '" + pdf + "'");
+}
 
 class QtOsPrinterTest : public ::testing::Test {
  protected:
@@ -62,9 +68,12 @@ TEST_F(QtOsPrinterTest, NamedPrinterPrintsTheReceiptInItsFontWithColumnsKept) {
   // and every kind of line end.
   const std::string receipt =
       "            HARBOUR ROAD STORES\r\n"
-      "SALE                              \xA3" "12.50\r"
-      "CASHBACK                         \xA3" "100.00\n"
-      "EUR                              \x80" "115.10\r\n"
+      "SALE                              \xA3"
+      "12.50\r"
+      "CASHBACK                         \xA3"
+      "100.00\n"
+      "EUR                              \x80"
+      "115.10\r\n"
       "\r\n"
       "          PLEASE RETAIN RECEIPT";
   ASSERT_TRUE(printer->PrintText(receipt)) << printer->strErrorMessage();
@@ -73,8 +82,14 @@ TEST_F(QtOsPrinterTest, NamedPrinterPrintsTheReceiptInItsFontWithColumnsKept) {
   ASSERT_EQ(lines.size(), 5u) << PdfText(pdf_);
   EXPECT_NE(lines[0].find("HARBOUR ROAD STORES"), std::string::npos);
   EXPECT_NE(lines[1].find("SALE"), std::string::npos);
-  EXPECT_NE(lines[1].find("\xC2\xA3" "12.50"), std::string::npos) << lines[1];
-  EXPECT_NE(lines[3].find("\xE2\x82\xAC" "115.10"), std::string::npos) << lines[3];
+  EXPECT_NE(lines[1].find("\xC2\xA3"
+                          "12.50"),
+            std::string::npos)
+      << lines[1];
+  EXPECT_NE(lines[3].find("\xE2\x82\xAC"
+                          "115.10"),
+            std::string::npos)
+      << lines[3];
   EXPECT_NE(lines[4].find("PLEASE RETAIN RECEIPT"), std::string::npos);
   // Fixed pitch: the right-justified amounts end in the same column (counted in
   // characters: pdftotext writes UTF-8).

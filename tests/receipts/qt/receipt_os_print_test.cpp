@@ -17,7 +17,9 @@
 
 // fontconfig keeps a cache allocation for the life of the process that it never frees;
 // the sanitizer build's leak check ignores that one library and nothing else.
-extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig.so\n"; }
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:libfontconfig.so\n";
+}
 
 namespace ccaddin {
 namespace {
@@ -109,7 +111,8 @@ TEST_F(ReceiptOsPrintTest, NoPrinterDriverFailsTheReceipt) {
   const std::string path = dir.Write("M_x.rcpt", "LINE\n");
   TReceipt receipt;
   EXPECT_EQ(receipt.PrintReceipt(nullptr, true, path, "", false, false, false), 1);
-  EXPECT_EQ(receipt.strErrorMessage(), "TReceipt.PrintReceipt() Failed - No printer driver installed");
+  EXPECT_EQ(receipt.strErrorMessage(),
+            "TReceipt.PrintReceipt() Failed - No printer driver installed");
 }
 
 }  // namespace
