@@ -72,6 +72,10 @@ void TAddinLog::StartLog(const std::string& strLogFileDir, bool bSupressInitialL
     log->strLogFile(kJournalFileName);
     log->bLoggingEnabled(true);
     log->bArchiveLogFile(true);
+    // References and authorisation codes are free text from the till and may hold a card
+    // number typed by mistake; the journal masks long digit runs like the diagnostic log
+    // (an application identifier's 13-digit run is masked too, which costs nothing).
+    log->bObscureNumericStrings(true);
     oLogging_ = std::move(log);
     if (!bSupressInitialLogMsg) {
       Line("*** Tamberin CreditCard Add-in called by client... (v" +

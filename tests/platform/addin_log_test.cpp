@@ -85,8 +85,9 @@ TEST_F(AddinLogTest, StartTransactionWritesEveryInputInOrder) {
 }
 
 TEST_F(AddinLogTest, FreeLinesOfTheSmallerOperations) {
-  journal_.LogConfirm(CONFIRMTYPE_AUTHORISED, "R1", "A1");
-  journal_.LogConfirm(CONFIRMTYPE_DECLINED, "R2", "");
+  // A till's free text may hold a card number by mistake: 13 digits or more are masked.
+  journal_.LogConfirm(CONFIRMTYPE_AUTHORISED, "R1", "4761739001010010");
+  journal_.LogConfirm(CONFIRMTYPE_DECLINED, "123456789012", "");
   journal_.LogConfirm(CONFIRMTYPE_CANCELLED, "R3", "");
   journal_.LogConfirm(7, "R4", "");
   journal_.LogKeyPress("frmTransaction", "cmdKeyPad", 13, 4);
@@ -101,8 +102,10 @@ TEST_F(AddinLogTest, FreeLinesOfTheSmallerOperations) {
   journal_.LogFuelBalanceStart();
   EXPECT_THAT(Lines(),
               ElementsAreArray({
-                  "CONFIRM TRANSACTION : Type=AUTHORISED, TransactionReference=R1, AuthCode=A1",
-                  "CONFIRM TRANSACTION : Type=DECLINED, TransactionReference=R2, AuthCode=",
+                  "CONFIRM TRANSACTION : Type=AUTHORISED, TransactionReference=R1, "
+                  "AuthCode=************0010",
+                  "CONFIRM TRANSACTION : Type=DECLINED, TransactionReference=123456789012, "
+                  "AuthCode=",
                   "CONFIRM TRANSACTION : Type=CANCELLED, TransactionReference=R3, AuthCode=",
                   "CONFIRM TRANSACTION : Type=CANCELLED, TransactionReference=R4, AuthCode=",
                   "FORM=frmTransaction, CONTROL=cmdKeyPad, KEYASCII=13, BUTTONINDEX=4",
@@ -164,6 +167,7 @@ TTransactionInfo AuthorisedChipSale() {
 
 TEST_F(AddinLogTest, EndTransactionWritesTheWholeOutcome) {
   journal_.LogEndTransaction(AuthorisedChipSale());
+  // The application identifier holds a run of 13 digits: masked like a card number.
   EXPECT_THAT(Lines(), ElementsAreArray({
                            "OUTPUT : Response                      =Authorised",
                            "OUTPUT : Cash back amount              =1000 (in lowest denomination)",
@@ -172,7 +176,7 @@ TEST_F(AddinLogTest, EndTransactionWritesTheWholeOutcome) {
                            "OUTPUT : Transaction Reference         =4711",
                            "OUTPUT : Authorisation code            =123456",
                            "OUTPUT : Currency code                 =826",
-                           "OUTPUT : Emv application id            =A0000000031010",
+                           "OUTPUT : Emv application id            =A*********1010",
                            "OUTPUT : Emv application label         =VISA DEBIT",
                            "OUTPUT : Merchant number               =12345678",
                            "OUTPUT : Pan first 6 digits            =476173",
