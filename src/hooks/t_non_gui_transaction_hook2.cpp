@@ -496,11 +496,18 @@ bool TNonGuiTransactionHook2::ConfirmTransaction(int32_t lConfirmType,
                                                  const TTillInformation& oTillInfo,
                                                  TTransactionInfo& oTransInfo) {
   bool result = false;
-  strErrorMessage_.clear();
+  // Unlike the enquiry and the authorisation, a confirmation leaves the text of an earlier
+  // failure in place when it succeeds: the till may still be about to read it.
   strMerchantReceipt_.clear();
   TrapVoid(strErrorMessage_, "TNonGuiTransactionHook2.ConfirmTransaction() Failed - ", [&] {
     if (journal_ == nullptr) throw Failure(kNotStarted);
     journal_->LogConfirm(lConfirmType, strTransactionReference, strAuthCode);
+    // A verdict the server has no code for must not reach it as some other verdict.
+    if (lConfirmType != CONFIRMTYPE_AUTHORISED && lConfirmType != CONFIRMTYPE_DECLINED &&
+        lConfirmType != CONFIRMTYPE_CANCELLED) {
+      strErrorMessage_ = kConfirmationFailed;
+      return;
+    }
     QlTransaction trans;
     if (!ReadTransaction(strTransactionReference, trans)) return;
 

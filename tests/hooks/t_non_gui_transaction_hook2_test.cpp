@@ -12,6 +12,7 @@
 #include "platform/env.h"
 #include "platform/virtual_env.h"
 #include "qlclient/sim/sim_inspect.h"
+#include "qlclient/sim/sim_store.h"
 #include "qlclient/sim/simulator.h"
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
@@ -282,6 +283,28 @@ TEST_F(HookTest, ConfirmationRefusedByTheServerFails) {
                                         till_, confirmed));
   EXPECT_EQ(hook_.strErrorMessage(), "CONFIRMATION FAILED");
   EXPECT_TRUE(confirmed.strCustomerReceipt.empty());
+}
+
+TEST_F(HookTest, UnknownConfirmationTypeSendsNothingAndALaterSuccessKeepsItsText) {
+  ASSERT_EQ(Authorise(1250), RETURNCODE_SUCCESS);
+  const std::string reference = hook_.strTransactionReference();
+  const auto server_state = [&] {
+    return sim::SimStore(work_.file("qlsim-server.sqlite")).Find(1)->state;
+  };
+  TTransactionInfo confirmed;
+  EXPECT_FALSE(hook_.ConfirmTransaction(7, reference, "", till_, confirmed));
+  EXPECT_EQ(hook_.strErrorMessage(), "CONFIRMATION FAILED");
+  EXPECT_TRUE(confirmed.strCustomerReceipt.empty());
+  EXPECT_EQ(server_state(), sim::StoreState::kPending);
+  // Journalled as the type reads (anything unknown is "CANCELLED"), then the failure.
+  EXPECT_TRUE(std::regex_search(
+      Journal(), std::regex("Type=CANCELLED, TransactionReference=" + reference +
+                            ", AuthCode=\r\n.*: ERROR  : CONFIRMATION FAILED\r\n$")));
+
+  // The till's real verdict still reaches the server; its success leaves the text alone.
+  ASSERT_TRUE(hook_.ConfirmTransaction(CONFIRMTYPE_AUTHORISED, reference, "", till_, confirmed));
+  EXPECT_EQ(hook_.strErrorMessage(), "CONFIRMATION FAILED");
+  EXPECT_EQ(server_state(), sim::StoreState::kConfirmed);
 }
 
 TEST_F(HookTest, CallsOutOfOrderFailWithoutTouchingTheServer) {
