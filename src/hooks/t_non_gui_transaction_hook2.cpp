@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "payment/authorisation_recovery.h"
 #include "payment/credit_card_common.h"
 #include "payment/process_ql_request.h"
 #include "payment/records_dispatch.h"
@@ -295,6 +296,7 @@ int32_t TNonGuiTransactionHook2::AuthoriseTransaction(int32_t lTransactionType,
   strMerchantReceipt_.clear();
   strTransactionReference_.clear();
   abort_ = false;
+  bool authorised = false;
   TrapVoid(strErrorMessage_, "TNonGuiTransactionHook2.AuthoriseTransaction() Failed - ", [&] {
     if (session_ == nullptr) throw Failure(kNotStarted);
     if (transaction_ == nullptr) throw Failure("no card enquired (CardEnquiry first)");
@@ -331,7 +333,10 @@ int32_t TNonGuiTransactionHook2::AuthoriseTransaction(int32_t lTransactionType,
       int32_t processed = 0;
       // transaction_ may be replaced by the repeated enquiry below: always send the newest.
       request.ProcessTransaction(*processor, *transaction_, processed);
-      if (processed == 0) break;
+      if (processed == 0) {
+        authorised = true;
+        break;
+      }
       if (processed == kLayerFallback) {
         result = RETURNCODE_MAGSTRIPEFALLBACK;
         return;
@@ -361,7 +366,9 @@ int32_t TNonGuiTransactionHook2::AuthoriseTransaction(int32_t lTransactionType,
       fresh.strReference = request_fields.strReference;
       fresh.lTransactionTypeCode = request_fields.lTransactionTypeCode;
     }
-    if (abort_) return;
+    // An abort that arrives while the server is already authorising comes too late: the
+    // server's answer stands and is kept for the till like any other.
+    if (!authorised) return;
 
     // Authorised: the till's record, the merchant copy, then the file the confirmation reads.
     config.FillTransactionInfoFromTrans(*transaction_, oTransInfo);
@@ -371,9 +378,15 @@ int32_t TNonGuiTransactionHook2::AuthoriseTransaction(int32_t lTransactionType,
     transaction_->lCurrencyExponent = config.lBaseCurrencyExponent;
     if (SaveTransaction(now, time)) result = RETURNCODE_SUCCESS;
   });
+  if (authorised && result != RETURNCODE_SUCCESS) {
+    // Without its record the till can never confirm this authorisation: release the
+    // cardholder's money now rather than leave it reserved until the server gives up.
+    (void)CancelAuthorisationAtServer(*transaction_, Shared().strQuaylinkClientId,
+                                      RequestSettings(), *journal_);
+  }
 
   if (journal_ != nullptr) {
-    if (abort_) {
+    if (abort_ && result != RETURNCODE_SUCCESS) {
       journal_->LogError(kJournalAborted);
     } else if (result == RETURNCODE_FAILED) {
       journal_->LogError(strErrorMessage_);

@@ -185,6 +185,14 @@ void TAddinLog::LogRunTask(int32_t lTask) noexcept {
   });
 }
 
+void TAddinLog::LogCancelAtServer(int32_t lTransRefNo, bool bCancelled,
+                                  const std::string& strReason) noexcept {
+  Quietly([&] {
+    Line("Cancel authorisation [" + std::to_string(lTransRefNo) + "] at the server: " +
+         (bCancelled ? std::string("CANCELLED") : "NOT CANCELLED - " + strReason));
+  });
+}
+
 void TAddinLog::LogVoidTransaction(int32_t lTransactionReference) noexcept {
   Quietly([&] { Line("Void transaction [" + std::to_string(lTransactionReference) + "]"); });
 }

@@ -38,6 +38,11 @@ class TAddinLog {
   // never written, only whether one was returned.
   void LogEndTransaction(const TTransactionInfo& oTxInfo) noexcept;
 
+  // An authorisation cancelled at the server because the till could never confirm it:
+  // the server's reference number and whether the server cancelled it (with its reason).
+  void LogCancelAtServer(int32_t lTransRefNo, bool bCancelled,
+                         const std::string& strReason) noexcept;
+
   void LogRunTask(int32_t lTask) noexcept;
   void LogVoidTransaction(int32_t lTransactionReference) noexcept;
   void LogDuplicateReceipt(int32_t lTransactionReference) noexcept;

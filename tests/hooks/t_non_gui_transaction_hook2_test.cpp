@@ -58,6 +58,9 @@ class HookTest : public ::testing::Test {
   void Configure(const std::string& json) { work_.Write("qlclient.json", json); }
   fs::path receipts() const { return work_.path() / "receipts"; }
   std::string Journal() const { return work_.Read(TAddinLog::kJournalFileName); }
+  sim::StoreState ServerState(int32_t ref) const {
+    return sim::SimStore(work_.file("qlsim-server.sqlite")).Find(ref)->state;
+  }
 
   // Start, enquire and authorise; the authorisation's result.
   int32_t Authorise(int32_t amount, int32_t cashback = 0, int32_t type = TAM_TT_SALE) {
@@ -231,7 +234,7 @@ TEST_F(HookTest, StartFailuresNameTheStep) {
   EXPECT_EQ(hook_.strErrorMessage(), "LOGIN FAILED");
 }
 
-TEST_F(HookTest, SaveThatCannotCompleteLeavesNoFileAndFails) {
+TEST_F(HookTest, AuthorisationTheTillCannotHoldIsCancelledAtTheServer) {
   // Something already holds the reference's name: the rename cannot replace it.
   fs::create_directories(receipts() / "0000000001_20260115_1030.rcpt" / "x");
   EXPECT_EQ(Authorise(1250), RETURNCODE_FAILED);
@@ -240,8 +243,27 @@ TEST_F(HookTest, SaveThatCannotCompleteLeavesNoFileAndFails) {
   for (const auto& entry : fs::directory_iterator(receipts())) {
     EXPECT_EQ(entry.path().extension(), ".rcpt") << "left behind: " << entry.path();
   }
-  EXPECT_NE(Journal().find("SAVE TRANSACTION TO FILE FAILED [ Failed writing serialised object"),
+  EXPECT_EQ(ServerState(1), sim::StoreState::kCancelled);
+  // A server that refuses the cancellation leaves the authorisation to its own reversal.
+  fs::create_directories(receipts() / "0000000002_20260115_1030.rcpt" / "x");
+  Configure(R"({"faults":[{"operation":"Confirm.Confirm","result":1,"errorText":"HOST DOWN"}]})");
+  EXPECT_EQ(Authorise(1250), RETURNCODE_FAILED);
+  EXPECT_EQ(ServerState(2), sim::StoreState::kPending);
+  const std::string journal = Journal();
+  EXPECT_NE(journal.find("SAVE TRANSACTION TO FILE FAILED [ Failed writing serialised object"),
             std::string::npos);
+  EXPECT_NE(journal.find("Cancel authorisation [1] at the server: CANCELLED"), std::string::npos);
+  EXPECT_NE(journal.find("Cancel authorisation [2] at the server: NOT CANCELLED - HOST DOWN"),
+            std::string::npos);
+
+  // An abort that arrives while the server authorises comes too late to stop it: the
+  // authorisation is kept for the till like any other.
+  Configure(R"({"delayMs":100})");
+  ASSERT_EQ(hook_.StartTransaction(), 0);
+  ASSERT_EQ(hook_.CardEnquiry(TAM_TT_SALE, DATAENTRY_CHIPORTAP, 1250, till_), RETURNCODE_SUCCESS);
+  env_.RunAfter(1, [&] { hook_.AbortTransaction(); });
+  ASSERT_EQ(hook_.AuthoriseTransaction(TAM_TT_SALE, 1250, 0, till_, info_), RETURNCODE_SUCCESS);
+  EXPECT_TRUE(fs::exists(receipts() / (hook_.strTransactionReference() + ".rcpt")));
 }
 
 TEST_F(HookTest, ConfirmReadsOnlyTransactionsInsideTheReceiptFolder) {
@@ -288,14 +310,11 @@ TEST_F(HookTest, ConfirmationRefusedByTheServerFails) {
 TEST_F(HookTest, UnknownConfirmationTypeSendsNothingAndALaterSuccessKeepsItsText) {
   ASSERT_EQ(Authorise(1250), RETURNCODE_SUCCESS);
   const std::string reference = hook_.strTransactionReference();
-  const auto server_state = [&] {
-    return sim::SimStore(work_.file("qlsim-server.sqlite")).Find(1)->state;
-  };
   TTransactionInfo confirmed;
   EXPECT_FALSE(hook_.ConfirmTransaction(7, reference, "", till_, confirmed));
   EXPECT_EQ(hook_.strErrorMessage(), "CONFIRMATION FAILED");
   EXPECT_TRUE(confirmed.strCustomerReceipt.empty());
-  EXPECT_EQ(server_state(), sim::StoreState::kPending);
+  EXPECT_EQ(ServerState(1), sim::StoreState::kPending);
   // Journalled as the type reads (anything unknown is "CANCELLED"), then the failure.
   EXPECT_TRUE(std::regex_search(
       Journal(), std::regex("Type=CANCELLED, TransactionReference=" + reference +
@@ -304,7 +323,7 @@ TEST_F(HookTest, UnknownConfirmationTypeSendsNothingAndALaterSuccessKeepsItsText
   // The till's real verdict still reaches the server; its success leaves the text alone.
   ASSERT_TRUE(hook_.ConfirmTransaction(CONFIRMTYPE_AUTHORISED, reference, "", till_, confirmed));
   EXPECT_EQ(hook_.strErrorMessage(), "CONFIRMATION FAILED");
-  EXPECT_EQ(server_state(), sim::StoreState::kConfirmed);
+  EXPECT_EQ(ServerState(1), sim::StoreState::kConfirmed);
 }
 
 TEST_F(HookTest, CallsOutOfOrderFailWithoutTouchingTheServer) {
