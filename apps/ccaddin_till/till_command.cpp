@@ -1,5 +1,7 @@
 #include "till_command.h"
 
+#include <atomic>
+#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -9,6 +11,8 @@
 
 #include "ccaddin/records.h"
 #include "hooks/t_non_gui_transaction_hook2.h"
+#include "payment/credit_card_common.h"
+#include "platform/env.h"
 #include "platform/text_encoding.h"
 #include "qlclient/sim/simulator.h"
 #include "reg_admin.h"
@@ -22,14 +26,17 @@ namespace fs = std::filesystem;
 constexpr const char* kInstalledRegistry = "/var/lib/ccaddin/registry.db";
 
 constexpr const char* kUsage =
-    "usage: ccaddin-till sale AMOUNT [--card NAME] [--cashback AMOUNT]\n"
+    "usage: ccaddin-till sale AMOUNT [--card NAME] [--cashback AMOUNT] [--timeout SECONDS]\n"
     "                         [--type sale|refund|preauth|finalauth] [--dir FOLDER]\n"
     "       ccaddin-till setup [--dir FOLDER] [--print-env]\n"
     "\n"
     "sale   runs one card transaction on the built-in payment simulator (AMOUNT as 12.50)\n"
     "       and prints the outcome record and the merchant and customer receipts.\n"
     "       --card names a test card of the simulator (visa-chip-pin, mc-declined,\n"
-    "       visa-contactless, mc-fallback ...; see the README's test cards).\n"
+    "       visa-contactless, mc-fallback ...; see the README's test cards), read the\n"
+    "       way that card is read (chip or tap, swiped on the till, keyed on the PIN pad).\n"
+    "       The wait for the card ends after --timeout seconds (default 60, 0: no limit)\n"
+    "       or at Ctrl-C, which aborts the transaction (a second Ctrl-C ends the command).\n"
     "setup  makes the demo site only; --print-env prints the export line for other tills.\n"
     "\n"
     "Settings come from $CCADDIN_REGISTRY, else "
@@ -43,6 +50,7 @@ struct Options {
   std::string cashback;
   std::string type = "sale";
   std::string dir;
+  std::string timeout = "60";
   bool print_env = false;
 };
 
@@ -68,6 +76,8 @@ Options Parse(const std::vector<std::string>& args) {
       o.card = value();
     } else if (a == "--cashback") {
       o.cashback = value();
+    } else if (a == "--timeout" && o.command == "sale") {
+      o.timeout = value();
     } else if (a == "--type") {
       o.type = value();
     } else if (a == "--dir") {
@@ -90,6 +100,68 @@ Options Parse(const std::vector<std::string>& args) {
   }
   return o;
 }
+
+// Set by Ctrl-C; the hook of the transaction in progress is aborted at once, and again at
+// each yield of its card wait (an enquiry clears the flag when it starts).
+volatile std::sig_atomic_t g_interrupted = 0;
+std::atomic<TNonGuiTransactionHook2*> g_hook{nullptr};
+
+void OnInterrupt(int) {
+  g_interrupted = 1;
+  if (TNonGuiTransactionHook2* hook = g_hook.load()) hook->AbortTransaction();
+}
+
+// The till's side of the card wait: every time the hook yields to the message loop, an
+// operator's Ctrl-C or the end of the allowed wait aborts the transaction, as a till's
+// own cancel button or timer would.
+class TillLoop final : public Env {
+ public:
+  TillLoop(Env& inner, TNonGuiTransactionHook2& hook) : inner_(inner), hook_(hook) {
+    g_interrupted = 0;
+    g_hook = &hook;
+    struct sigaction action {};
+    action.sa_handler = OnInterrupt;
+    // A second Ctrl-C ends the command the usual way, should the abort ever hang.
+    action.sa_flags = SA_RESETHAND;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, &previous_);
+  }
+  ~TillLoop() override {
+    sigaction(SIGINT, &previous_, nullptr);
+    g_hook = nullptr;
+  }
+  TillLoop(const TillLoop&) = delete;
+  TillLoop& operator=(const TillLoop&) = delete;
+
+  // Starts (seconds > 0) or stops (0) the clock of the card wait.
+  void LimitWait(int32_t seconds) {
+    deadline_ms_ = seconds > 0 ? inner_.Now().ToSerialMs() + int64_t{seconds} * 1000 : 0;
+  }
+  [[nodiscard]] bool timed_out() const { return timed_out_; }
+  [[nodiscard]] static bool interrupted() { return g_interrupted != 0; }
+
+  DateTime Now() override { return inner_.Now(); }
+  void DoEvents() override {
+    inner_.DoEvents();
+    if (deadline_ms_ != 0 && inner_.Now().ToSerialMs() >= deadline_ms_) timed_out_ = true;
+    if (timed_out_ || interrupted()) hook_.AbortTransaction();
+  }
+  void Sleep(int32_t ms) override { inner_.Sleep(ms); }
+  bool FileCreationTime(const std::string& path, DateTime* created, std::string* error) override {
+    return inner_.FileCreationTime(path, created, error);
+  }
+  std::string DecimalSeparator() override { return inner_.DecimalSeparator(); }
+  bool StartDetached(const std::string& program, std::string* error) override {
+    return inner_.StartDetached(program, error);
+  }
+
+ private:
+  Env& inner_;
+  TNonGuiTransactionHook2& hook_;
+  struct sigaction previous_ {};
+  int64_t deadline_ms_ = 0;
+  bool timed_out_ = false;
+};
 
 void SetValue(const std::string& db, const std::string& name, const std::string& value) {
   std::ostringstream out, err;
@@ -168,6 +240,12 @@ int RunSale(const Options& o, std::ostream& out, std::ostream& err) {
   const auto type = kTypes.find(o.type);
   if (type == kTypes.end()) throw UsageError("--type must be sale, refund, preauth or finalauth");
   if (cashback > 0 && type->second != TAM_TT_SALE) throw UsageError("cashback needs a sale");
+  if (o.timeout.empty() || o.timeout.size() > 5 ||
+      o.timeout.find_first_not_of("0123456789") != std::string::npos ||
+      std::stoi(o.timeout) > 86400) {
+    throw UsageError("--timeout must be whole seconds, at most a day");
+  }
+  const int32_t timeout = std::stoi(o.timeout);
 
   const std::string db = ChooseRegistry(o, out);
   out << "Settings: " << db << "\n";
@@ -181,9 +259,14 @@ int RunSale(const Options& o, std::ostream& out, std::ostream& err) {
   till.strStoreNumber = "1";
   till.strTillNumber = "1";
   till.strReceiptNumber = "1";
+  // The record as the authorisation hands it to the till (the confirmation fills another
+  // from the saved transaction, whose card number is masked), and the confirmation's.
   TTransactionInfo info;
+  TTransactionInfo confirmed;
 
   TNonGuiTransactionHook2 hook;
+  TillLoop loop(*CurrentEnv(), hook);
+  const ScopedEnv scoped_loop(&loop);
   const auto fail = [&](const std::string& why) {
     err << "ccaddin-till: " << Text(why) << "\n";
     hook.EndTransaction();
@@ -196,10 +279,26 @@ int RunSale(const Options& o, std::ostream& out, std::ostream& err) {
     throw UsageError(why);
   }
 
-  int32_t rc = hook.CardEnquiry(type->second, DATAENTRY_CHIPORTAP, *amount, till);
-  if (rc == RETURNCODE_MAGSTRIPEFALLBACK) {
-    out << "Chip not read: the card is swiped\n";
+  // The card is read the way it can be: a stripe-only card is swiped on the till, a card
+  // without the customer is keyed on the PIN pad (which the site must allow), any other
+  // goes to the reader and is swiped when its chip cannot be read.
+  const std::optional<sim::CardEntry> entry = sim::PresentedCardEntry();
+  if (entry == sim::CardEntry::kKeyed && !Shared().bE2EEEnabled) {
+    return fail(o.card + " is keyed on the PIN pad, which this site does not allow (E2EEEnabled)");
+  }
+  loop.LimitWait(timeout);
+  int32_t rc = RETURNCODE_MAGSTRIPEFALLBACK;
+  if (entry != sim::CardEntry::kSwipe) {
+    rc = hook.CardEnquiry(type->second, DATAENTRY_CHIPORTAP, *amount, till);
+    if (rc == RETURNCODE_MAGSTRIPEFALLBACK) out << "Chip not read: the card is swiped\n";
+  }
+  if (rc == RETURNCODE_MAGSTRIPEFALLBACK && !TillLoop::interrupted()) {
     rc = hook.CardEnquiry(type->second, DATAENTRY_SWIPE, *amount, till);
+  }
+  loop.LimitWait(0);
+  if (loop.timed_out()) {
+    return fail("no card within " + std::to_string(timeout) +
+                " seconds: " + hook.strErrorMessage());
   }
   if (rc != RETURNCODE_SUCCESS && rc != RETURNCODE_CASHBACKALLOWED) {
     return fail(rc == RETURNCODE_MAGSTRIPEFALLBACK ? "the card cannot be read"
@@ -208,17 +307,30 @@ int RunSale(const Options& o, std::ostream& out, std::ostream& err) {
   if (cashback > 0 && rc != RETURNCODE_CASHBACKALLOWED) {
     return fail("cashback is not available with this card");
   }
+  if (TillLoop::interrupted()) return fail("ABORTED BY OPERATOR");
   rc = hook.AuthoriseTransaction(type->second, *amount, cashback, till, info);
   if (rc != RETURNCODE_SUCCESS) {
     return fail(rc == RETURNCODE_MAGSTRIPEFALLBACK ? "the card must be swiped (fallback)"
                                                    : hook.strErrorMessage());
   }
   const std::string reference = hook.strTransactionReference();
+  // Said at once: should the command die before the confirmation, this is the reference
+  // the till holds the transaction under (and can still confirm or cancel it by).
+  out << "Saved for confirmation: " << reference << std::endl;
+  if (TillLoop::interrupted()) {
+    // Ctrl-C came while the server was authorising: the sale is abandoned, so the
+    // authorisation is cancelled rather than left holding the cardholder's money.
+    const bool cancelled =
+        hook.ConfirmTransaction(CONFIRMTYPE_CANCELLED, reference, "", till, confirmed);
+    return fail(cancelled ? "ABORTED BY OPERATOR: the authorisation was cancelled"
+                          : "ABORTED BY OPERATOR: cancelling the authorisation failed (" +
+                                hook.strErrorMessage() + ")");
+  }
   const bool approved = info.lResponseCode == TRANSINFO_RC_AUTHORISED;
   // Only an authorised transaction is committed; anything else is recorded as declined,
   // since this command takes no voice authorisation for a referral.
   if (!hook.ConfirmTransaction(approved ? CONFIRMTYPE_AUTHORISED : CONFIRMTYPE_DECLINED, reference,
-                               "", till, info)) {
+                               "", till, confirmed)) {
     return fail(hook.strErrorMessage());
   }
   hook.EndTransaction();
@@ -231,7 +343,7 @@ int RunSale(const Options& o, std::ostream& out, std::ostream& err) {
   out << "Transaction reference: " << reference << "\n";
   PrintRecord(info, out);
   out << "\n--- MERCHANT RECEIPT ---\n" << Text(hook.strMerchantReceipt());
-  out << "\n--- CUSTOMER RECEIPT ---\n" << Text(info.strCustomerReceipt) << "\n";
+  out << "\n--- CUSTOMER RECEIPT ---\n" << Text(confirmed.strCustomerReceipt) << "\n";
   return approved ? kTillExitOk : kTillExitDeclined;
 }
 
@@ -273,6 +385,8 @@ std::string PrepareDemoSite(const std::string& folder, std::ostream& out) {
     SetValue(db, "BaseCurrencyExponent", "2");
     SetValue(db, "CashbackEnabled", "1");
     SetValue(db, "ExternalSwipe", "1");
+    // Lets a card without its holder be keyed on the PIN pad.
+    SetValue(db, "E2EEEnabled", "1");
     SetValue(db, "SaveReceipts", "1");
     SetValue(db, "DeleteReceiptDays", "30");
   }

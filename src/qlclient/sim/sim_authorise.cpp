@@ -110,7 +110,9 @@ void Authorise(Terminal& t, QlTransaction& trans, CardOutcome outcome, int32_t c
   const SimCard& card = *t.card;
   const DateTime now = CurrentEnv()->Now();
   trans.lEntryMethodCode = t.entry_code;
-  trans.strPan = MaskPan(t.card_pan);
+  // The card number goes to the till as the card number: the till masks it where its
+  // rules say, and the server's store keeps it masked.
+  trans.strPan = t.card_pan;
   trans.strTrack.clear();
   trans.strExpiryDate = t.card_expiry;
   trans.strStartDate = card.start_date;
@@ -154,7 +156,7 @@ void Authorise(Terminal& t, QlTransaction& trans, CardOutcome outcome, int32_t c
   if (trans.lStatus == 2) {
     trans.strReferralPhoneNo = c.referral_phone;
     trans.strReferralMerchantId = c.merchant_no;
-    trans.strReferralPan = MaskPan(t.card_pan);
+    trans.strReferralPan = t.card_pan;
     trans.strReferralExpiryDate = t.card_expiry;
     trans.strReferralStartDate = card.start_date;
     trans.strReferralIssueNo = card.issue_number;

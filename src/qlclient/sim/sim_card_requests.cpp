@@ -49,6 +49,8 @@ class SimCardEnquiry final : public QlCardEnquiry {
         t->status = "SWIPE CARD";
         return 2;
       }
+      // A card read from its stripe is a swiped card, whatever its chip could have done.
+      if (lDataEntry == 1) card.entry = CardEntry::kSwipe;
     }
     t->card = card;
     t->card_pan = card_pan;
@@ -116,8 +118,8 @@ class SimCardEnquiry final : public QlCardEnquiry {
 class SimTransactionStart final : public QlTransactionStart {
  public:
   int32_t Start(const std::string&, int32_t amount, int32_t cashback, int32_t gratuity,
-                int32_t type, const std::string&, const std::string&, const std::string&, bool,
-                bool swipe, bool, bool tap) override {
+                int32_t type, const std::string&, const std::string&, const std::string&,
+                bool keyed, bool swipe, bool, bool tap) override {
     Terminal* t = Current();
     if (!Ready(t, *this)) return 1;
     int32_t result = 0;
@@ -128,6 +130,7 @@ class SimTransactionStart final : public QlTransactionStart {
       return 1;
     }
     t->started = true;
+    t->keyed_entry_allowed = keyed;
     t->start_amount = amount;
     t->start_cashback = cashback;
     t->start_gratuity = gratuity;
@@ -189,7 +192,7 @@ class SimFuelBalance final : public QlFuelBalance {
     const SimCard* card = nullptr;
     if (!details.empty() && LuhnValid(details)) card = t->config->FindCardByPan(details);
     if (!card) card = &PresentedCard(*t);
-    strPan = MaskPan(card->pan);
+    strPan = card->pan;
     strSchemeName = card->scheme;
     if (!card->fuel) {
       lResponseCode = 1;

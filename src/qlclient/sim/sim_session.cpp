@@ -14,6 +14,8 @@ std::vector<int32_t> ReaderStates(const Terminal& t) {
   if (!t.config->reader_states.empty()) return t.config->reader_states;
   const SimCard& card = PresentedCard(t);
   if (!card.reader_states.empty()) return card.reader_states;
+  // Keyed on the PIN pad when the transaction allows it; otherwise it never arrives.
+  if (card.entry == CardEntry::kKeyed && t.keyed_entry_allowed) return {1, 3};
   return DefaultReaderStates(card);
 }
 

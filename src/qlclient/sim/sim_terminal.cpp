@@ -144,6 +144,12 @@ bool PresentCard(const std::string& name, std::string* error) {
   return true;
 }
 
+std::optional<CardEntry> PresentedCardEntry() {
+  const Terminal* t = Current();
+  if (t == nullptr || !t->config) return std::nullopt;
+  return PresentedCard(*t).entry;
+}
+
 void SetReaderStates(const std::vector<int32_t>& states) {
   if (Terminal* t = Current()) {
     t->reader_override = states;

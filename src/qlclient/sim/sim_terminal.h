@@ -50,6 +50,7 @@ struct Terminal {
   size_t reader_index = 0;
   // The card session between Start and the authorisation.
   bool started = false;
+  bool keyed_entry_allowed = false;  // the PIN pad takes a keyed card number
   int32_t start_amount = 0, start_cashback = 0, start_gratuity = 0, start_type = 0;
   std::optional<SimCard> card;  // read by the last enquiry; full number in memory only
   std::string card_pan;

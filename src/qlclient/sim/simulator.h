@@ -5,10 +5,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "qlclient/ql_factory.h"
+#include "qlclient/sim/sim_card.h"
 
 namespace ccaddin::sim {
 
@@ -20,6 +22,9 @@ QlFactory& SimulatorFactory();
 // connect that reloads a changed file. False with a reason for an unknown card or
 // when no session has connected yet.
 [[nodiscard]] bool PresentCard(const std::string& name, std::string* error);
+
+// How the card presented now reaches the terminal; nullopt before the first connect.
+[[nodiscard]] std::optional<CardEntry> PresentedCardEntry();
 
 // Replaces the reader states that the next polls report (last one repeats); empty
 // returns to the presented card's own sequence.

@@ -1,5 +1,8 @@
 #include "till_command.h"
 
+#include <algorithm>
+#include <cctype>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +14,7 @@
 #include "payment/credit_card_common.h"
 #include "platform/env.h"
 #include "platform/virtual_env.h"
+#include "qlclient/sim/sim_card.h"
 #include "qlclient/sim/simulator.h"
 #include "support/temp_dir.h"
 
@@ -18,6 +22,32 @@ namespace ccaddin {
 namespace {
 
 namespace fs = std::filesystem;
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// No file under `folder` holds a run of 13 to 19 digits that passes the Luhn check.
+void ExpectNoCardNumberIn(const std::string& folder) {
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    if (!entry.is_regular_file()) continue;
+    const std::string data = ReadFile(entry.path());
+    for (size_t i = 0, run = 0; i <= data.size(); ++i) {
+      if (i < data.size() && std::isdigit(static_cast<unsigned char>(data[i]))) {
+        ++run;
+        continue;
+      }
+      for (size_t len = 13; len <= std::min<size_t>(run, 19); ++len) {
+        for (size_t at = i - run; at + len <= i; ++at) {
+          EXPECT_FALSE(sim::LuhnValid(data.substr(at, len)))
+              << entry.path() << " holds " << data.substr(at, len);
+        }
+      }
+      run = 0;
+    }
+  }
+}
 
 TEST(TillAmount, ReadsPoundsAndPenceAndRefusesTheRest) {
   EXPECT_EQ(ParseAmount("12.50"), 1250);
@@ -76,12 +106,7 @@ TEST_F(TillCommandTest, SaleOnAFreshSiteIsAuthorisedWithBothReceiptsAndNoCardNum
   EXPECT_NE(out.find("£17.50"), std::string::npos) << "receipts are printed as UTF-8";
   EXPECT_NE(out.find("strPanLast4Digits       0010"), std::string::npos);
   EXPECT_EQ(out.find("4761739001010010"), std::string::npos);
-  for (const auto& entry : fs::recursive_directory_iterator(site())) {
-    if (!entry.is_regular_file()) continue;
-    std::ifstream in(entry.path(), std::ios::binary);
-    const std::string data((std::istreambuf_iterator<char>(in)), {});
-    EXPECT_EQ(data.find("4761739001010010"), std::string::npos) << entry.path();
-  }
+  ExpectNoCardNumberIn(site());
   EXPECT_TRUE(fs::exists(fs::path(site()) / "registry.db"));
   EXPECT_TRUE(fs::exists(fs::path(site()) / "config" / "qlclient.json"));
 }
@@ -114,14 +139,62 @@ TEST_F(TillCommandTest, FailuresAndBadCommandLines) {
   EXPECT_EQ(Run({"refund"}), kTillExitUsage);
   EXPECT_EQ(Run({}), kTillExitUsage);
   EXPECT_EQ(Run({"sale", "1.00", "--type", "void", "--dir", site()}), kTillExitUsage);
-  // A card the terminal will not take ends the sale with the reason.
-  EXPECT_EQ(Run({"sale", "1.00", "--card", "discover-not-accepted", "--dir", site()}),
-            kTillExitFailed);
-  EXPECT_NE(err_.str().find("CARDENQUIRY FAILED"), std::string::npos) << err_.str();
+  EXPECT_EQ(Run({"sale", "1.00", "--timeout", "1.5", "--dir", site()}), kTillExitUsage);
   // A site folder that is a file is refused, not overwritten.
   std::ofstream(work_.path() / "file") << "x";
   EXPECT_EQ(Run({"sale", "1.00", "--dir", (work_.path() / "file").string()}), kTillExitFailed);
   EXPECT_NE(err_.str().find("is not a folder"), std::string::npos);
+}
+
+TEST_F(TillCommandTest, EveryTestCardReachesAnOutcomeReadTheWayItIsRead) {
+  for (const sim::SimCard& card : sim::BuiltInCards()) {
+    const int rc = Run({"sale", "12.50", "--card", card.name, "--dir", site()});
+    if (card.not_accepted) {
+      EXPECT_EQ(rc, kTillExitFailed) << card.name;
+      EXPECT_NE(err_.str().find("CARDENQUIRY FAILED"), std::string::npos) << err_.str();
+      continue;
+    }
+    ASSERT_TRUE(rc == kTillExitOk || rc == kTillExitDeclined) << card.name << ": " << err_.str();
+    // A card read from its stripe is a swiped card, whatever its chip could have done.
+    const bool swiped = card.entry == sim::CardEntry::kSwipe || card.needs_fallback;
+    const int entry = swiped                                 ? TRANSINFO_DE_SWIPED
+                      : card.entry == sim::CardEntry::kKeyed ? TRANSINFO_DE_KEYED
+                      : card.entry == sim::CardEntry::kTap   ? TRANSINFO_DE_TAPPED
+                                                             : TRANSINFO_DE_CHIP;
+    const std::string out = out_.str();
+    EXPECT_NE(out.find("lDataEntryMethod        " + std::to_string(entry)), std::string::npos)
+        << card.name << "\n"
+        << out;
+    EXPECT_NE(out.find("strPanFirst6Digits      " + card.pan.substr(0, 6)), std::string::npos)
+        << card.name;
+    if (swiped) {
+      EXPECT_EQ(out.find("TC:"), std::string::npos) << card.name << ": chip data";
+    }
+  }
+  ExpectNoCardNumberIn(site());
+}
+
+TEST_F(TillCommandTest, CardWaitEndsAtTheTimeoutOrAtCtrlC) {
+  ASSERT_EQ(Run({"setup", "--dir", site()}), kTillExitOk);
+  // A card that never arrives at the reader.
+  std::ofstream(fs::path(site()) / "config" / "qlclient.json") << R"({"readerStates":[1]})";
+  const int64_t before = env_.Now().ToSerialMs();
+  EXPECT_EQ(Run({"sale", "5.00", "--timeout", "30", "--dir", site()}), kTillExitFailed);
+  EXPECT_NE(err_.str().find("no card within 30 seconds: ABORTED BY OPERATOR"), std::string::npos)
+      << err_.str();
+  EXPECT_LE(env_.Now().ToSerialMs() - before, 31'000);
+
+  env_.RunAfter(2000, [] { std::raise(SIGINT); });
+  EXPECT_EQ(Run({"sale", "5.00", "--dir", site()}), kTillExitFailed);
+  EXPECT_NE(err_.str().find("ABORTED BY OPERATOR"), std::string::npos) << err_.str();
+  // Ctrl-C at the authorisation: the server's answer is cancelled, not left holding money.
+  std::ofstream(fs::path(site()) / "config" / "qlclient.json") << R"({"delayMs":100})";
+  env_.RunAfter(750, [] { std::raise(SIGINT); });
+  EXPECT_EQ(Run({"sale", "5.00", "--dir", site()}), kTillExitFailed);
+  EXPECT_NE(err_.str().find("the authorisation was cancelled"), std::string::npos) << err_.str();
+  const std::string journal = ReadFile(fs::path(site()) / "config" / "tamberincreditcard.log");
+  EXPECT_NE(journal.find("Transaction aborted by operator"), std::string::npos);
+  EXPECT_NE(journal.find("Type=CANCELLED"), std::string::npos);
 }
 
 }  // namespace
