@@ -165,7 +165,29 @@ TEST(SimConfig, OwnCardsExtendTheCatalogue) {
   EXPECT_EQ(LoadSimConfig(dir.Write("d.json", "{}")).store_path, dir.file("qlsim-server.sqlite"));
   EXPECT_THROW(LoadSimConfig(dir.Write("e.json", R"({"cards":[{"name":"x","basedOn":"nope"}]})")),
                std::exception);
-  EXPECT_THROW(LoadSimConfig(dir.Write("f.json", R"({"delayMs":-1})")), std::exception);
+  // Every number is checked before it is used: the file is refused, naming the key.
+  const std::pair<const char*, const char*> bad[] = {
+      {R"({"delayMs":-1})", "delayMs must be a whole number from 0 to 60000"},
+      {R"({"delayMs":1e42})", "delayMs must"},
+      {R"({"delayMs":99999999999})", "delayMs must"},
+      {R"({"delayMs":"5"})", "delayMs must"},
+      {R"({"readerStates":[1,2.5]})", "readerStates[1] must"},
+      {R"({"reverseAfterMinutes":20000})", "reverseAfterMinutes must"},
+      {R"({"cards":[{"name":"x","basedOn":"visa_chip_pin","cvm":18446744073709551615}]})",
+       "cards[0].cvm must"},
+      {R"({"cards":[{"name":"x","basedOn":"visa_chip_pin","fuelPrompts":{"3":-1}}]})",
+       "cards[0].fuelPrompts.3 must"},
+      {R"({"faults":[{"operation":"Login.Login","call":0}]})", "faults[0].call must"},
+      {R"({"terminal":{"contactless":"yes"}})", "terminal.contactless must be true or false"},
+  };
+  for (const auto& [json, error] : bad) {
+    try {
+      (void)LoadSimConfig(dir.Write("f.json", json));
+      ADD_FAILURE() << "accepted " << json;
+    } catch (const std::exception& e) {
+      EXPECT_NE(std::string(e.what()).find(error), std::string::npos) << e.what();
+    }
+  }
 }
 
 TEST(SimStore, KeepsNoCardNumberTrackCv2OrToken) {

@@ -1,9 +1,11 @@
 #include "qlclient/sim/sim_config.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <type_traits>
 
 #include <nlohmann/json.hpp>
 
@@ -33,56 +35,131 @@ CardOutcome ParseOutcome(const std::string& path, const std::string& text) {
   Bad(path, "unknown card outcome \"" + text + "\" (authorised, referred or declined)");
 }
 
-template <typename T>
-void Take(const json& j, const char* key, T& into) {
-  if (j.contains(key)) into = j.at(key).get<T>();
+// A value of the wrong type or out of range, named by its place in the file
+// ("cards[2].cvm"); LoadSimConfig turns it into the file's error text.
+struct BadValue {
+  std::string key;
+  std::string what;
+};
+
+std::string At(const std::string& prefix, const std::string& key) {
+  return prefix.empty() ? key : prefix + "." + key;
 }
 
-SimCard ParseCard(const std::string& path, const json& j, const SimConfig& config) {
+// Checked before any conversion: a fraction or a number beyond 64 bits would be converted
+// with undefined behaviour, and a large whole number would wrap into a plausible one.
+int32_t Whole(const json& v, const std::string& key, int64_t lo, int64_t hi) {
+  bool ok = v.is_number_integer();
+  if (ok && v.is_number_unsigned()) {
+    const uint64_t u = v.get<uint64_t>();
+    ok = hi >= 0 && u <= static_cast<uint64_t>(hi) && (lo <= 0 || u >= static_cast<uint64_t>(lo));
+  } else if (ok) {
+    const int64_t n = v.get<int64_t>();
+    ok = n >= lo && n <= hi;
+  }
+  if (!ok) {
+    throw BadValue{
+        key, "must be a whole number from " + std::to_string(lo) + " to " + std::to_string(hi)};
+  }
+  return static_cast<int32_t>(v.get<int64_t>());
+}
+
+constexpr int64_t kMaxLong = INT32_MAX;
+constexpr int64_t kMinLong = INT32_MIN;
+
+void TakeWhole(const json& j, const std::string& prefix, const char* key, int32_t& into, int64_t lo,
+               int64_t hi) {
+  if (j.contains(key)) into = Whole(j.at(key), At(prefix, key), lo, hi);
+}
+
+std::vector<int32_t> Wholes(const json& v, const std::string& key, int64_t lo, int64_t hi) {
+  if (!v.is_array()) throw BadValue{key, "must be a list of whole numbers"};
+  std::vector<int32_t> out;
+  for (size_t i = 0; i < v.size(); ++i) {
+    out.push_back(Whole(v[i], key + "[" + std::to_string(i) + "]", lo, hi));
+  }
+  return out;
+}
+
+// Text and switches: another type refuses the file with the key named.
+template <typename T>
+void Take(const json& j, const std::string& prefix, const char* key, T& into) {
+  if (!j.contains(key)) return;
+  const json& v = j.at(key);
+  if constexpr (std::is_same_v<T, bool>) {
+    if (!v.is_boolean()) throw BadValue{At(prefix, key), "must be true or false"};
+  } else {
+    if (!v.is_string()) throw BadValue{At(prefix, key), "must be text"};
+  }
+  into = v.get<T>();
+}
+
+const json& Object(const json& j, const std::string& key) {
+  if (!j.is_object()) throw BadValue{key, "must be a JSON object"};
+  return j;
+}
+
+SimCard ParseCard(const std::string& path, const json& j, const std::string& at,
+                  const SimConfig& config) {
+  Object(j, at);
   SimCard card;
-  if (j.contains("basedOn")) {
-    const auto base = j.at("basedOn").get<std::string>();
+  std::string base;
+  Take(j, at, "basedOn", base);
+  if (!base.empty()) {
     const SimCard* found = config.FindCard(base);
     if (!found) Bad(path, "card \"" + base + "\" named in basedOn is not known");
     card = *found;
   }
-  Take(j, "name", card.name);
+  Take(j, at, "name", card.name);
   if (card.name.empty()) Bad(path, "a card in \"cards\" has no name");
-  Take(j, "description", card.description);
-  Take(j, "pan", card.pan);
+  Take(j, at, "description", card.description);
+  Take(j, at, "pan", card.pan);
   if (!LuhnValid(card.pan)) Bad(path, "card \"" + card.name + "\" has no valid card number (pan)");
-  Take(j, "expiry", card.expiry);
-  Take(j, "scheme", card.scheme);
-  if (j.contains("entry")) card.entry = ParseEntry(path, j.at("entry").get<std::string>());
-  if (j.contains("outcome")) card.outcome = ParseOutcome(path, j.at("outcome").get<std::string>());
-  Take(j, "cvm", card.cvm);
-  Take(j, "pinBypass", card.pin_bypass);
-  Take(j, "fallback", card.needs_fallback);
-  Take(j, "notAccepted", card.not_accepted);
-  Take(j, "mustSwipeOnTill", card.must_swipe_on_till);
-  Take(j, "cashbackAllowed", card.cashback_allowed);
-  Take(j, "availableSpend", card.available_spend);
-  Take(j, "token", card.token);
-  Take(j, "dccCurrency", card.dcc_currency);
-  Take(j, "dccCurrencyName", card.dcc_currency_name);
-  Take(j, "dccRate", card.dcc_rate);
-  Take(j, "fuel", card.fuel);
-  Take(j, "bunker", card.bunker);
-  Take(j, "allowedProducts", card.allowed_products);
-  Take(j, "balance", card.balance);
-  Take(j, "bunkerBalance", card.bunker_balance);
-  Take(j, "readerStates", card.reader_states);
+  Take(j, at, "expiry", card.expiry);
+  Take(j, at, "scheme", card.scheme);
+  std::string text;
+  if (j.contains("entry")) {
+    Take(j, at, "entry", text);
+    card.entry = ParseEntry(path, text);
+  }
+  if (j.contains("outcome")) {
+    Take(j, at, "outcome", text);
+    card.outcome = ParseOutcome(path, text);
+  }
+  TakeWhole(j, at, "cvm", card.cvm, 0, 4);
+  Take(j, at, "pinBypass", card.pin_bypass);
+  Take(j, at, "fallback", card.needs_fallback);
+  Take(j, at, "notAccepted", card.not_accepted);
+  Take(j, at, "mustSwipeOnTill", card.must_swipe_on_till);
+  Take(j, at, "cashbackAllowed", card.cashback_allowed);
+  Take(j, at, "availableSpend", card.available_spend);
+  Take(j, at, "token", card.token);
+  Take(j, at, "dccCurrency", card.dcc_currency);
+  Take(j, at, "dccCurrencyName", card.dcc_currency_name);
+  Take(j, at, "dccRate", card.dcc_rate);
+  Take(j, at, "fuel", card.fuel);
+  Take(j, at, "bunker", card.bunker);
+  Take(j, at, "allowedProducts", card.allowed_products);
+  TakeWhole(j, at, "balance", card.balance, 0, kMaxLong);
+  TakeWhole(j, at, "bunkerBalance", card.bunker_balance, 0, kMaxLong);
+  if (j.contains("readerStates")) {
+    card.reader_states = Wholes(j.at("readerStates"), At(at, "readerStates"), 0, kMaxReaderState);
+  }
   if (j.contains("entryPrompts")) {
-    auto v = j.at("entryPrompts").get<std::vector<int32_t>>();
+    const auto v = Wholes(j.at("entryPrompts"), At(at, "entryPrompts"), 0, 2);
     for (size_t i = 0; i < v.size() && i < card.entry_prompts.size(); ++i)
       card.entry_prompts[i] = v[i];
   }
   if (j.contains("fuelPrompts")) {
-    for (auto& [index, value] : j.at("fuelPrompts").items()) {
-      const int i = std::stoi(index);
-      if (i < 0 || i >= static_cast<int>(card.fuel_prompts.size()))
+    const std::string prompts = At(at, "fuelPrompts");
+    for (auto& [index, value] : Object(j.at("fuelPrompts"), prompts).items()) {
+      const size_t i =
+          index.size() <= 2 && index.find_first_not_of("0123456789") == std::string::npos
+              ? std::stoul(index)
+              : card.fuel_prompts.size();
+      if (i >= card.fuel_prompts.size())
         Bad(path, "fuel prompt index " + index + " is out of range");
-      card.fuel_prompts[i] = value.get<int32_t>();
+      card.fuel_prompts[i] = Whole(value, prompts + "." + index, 0, 2);
     }
   }
   return card;
@@ -92,31 +169,39 @@ void Parse(const std::string& path, const json& j, SimConfig& c) {
   if (!j.is_object()) Bad(path, "the file must hold one JSON object");
   const auto folder = std::filesystem::path(path).parent_path();
   std::string store = "qlsim-server.sqlite";
-  Take(j, "store", store);
+  Take(j, "", "store", store);
   c.store_path = std::filesystem::path(store).is_absolute() ? store : (folder / store).string();
   if (j.contains("terminal")) {
-    const auto& t = j.at("terminal");
-    Take(t, "terminalId", c.terminal_id);
-    Take(t, "merchantNo", c.merchant_no);
-    Take(t, "referralPhone", c.referral_phone);
-    Take(t, "contactless", c.contactless);
-    Take(t, "currencyText", c.currency_text);
+    const auto& t = Object(j.at("terminal"), "terminal");
+    Take(t, "terminal", "terminalId", c.terminal_id);
+    Take(t, "terminal", "merchantNo", c.merchant_no);
+    Take(t, "terminal", "referralPhone", c.referral_phone);
+    Take(t, "terminal", "contactless", c.contactless);
+    Take(t, "terminal", "currencyText", c.currency_text);
   }
   if (j.contains("login")) {
-    const auto& l = j.at("login");
-    if (l.contains("merchantId")) c.merchant_id = l.at("merchantId").get<std::string>();
-    if (l.contains("clientId")) c.client_id = l.at("clientId").get<std::string>();
-    if (l.contains("password")) c.password = l.at("password").get<std::string>();
+    const auto& l = Object(j.at("login"), "login");
+    for (auto [key, into] :
+         {std::pair{"merchantId", &c.merchant_id}, std::pair{"clientId", &c.client_id},
+          std::pair{"password", &c.password}}) {
+      std::string value;
+      Take(l, "login", key, value);
+      if (l.contains(key)) *into = value;
+    }
   }
-  Take(j, "online", c.online);
-  Take(j, "terminalReadsCard", c.terminal_reads_card);
-  Take(j, "delayMs", c.delay_ms);
-  if (c.delay_ms < 0) Bad(path, "delayMs must not be negative");
-  Take(j, "magicAmounts", c.magic_amounts);
-  Take(j, "readerStates", c.reader_states);
+  Take(j, "", "online", c.online);
+  Take(j, "", "terminalReadsCard", c.terminal_reads_card);
+  TakeWhole(j, "", "delayMs", c.delay_ms, 0, kMaxDelayMs);
+  TakeWhole(j, "", "reverseAfterMinutes", c.reverse_after_minutes, 0, kMaxReverseAfterMinutes);
+  Take(j, "", "magicAmounts", c.magic_amounts);
+  if (j.contains("readerStates")) {
+    c.reader_states = Wholes(j.at("readerStates"), "readerStates", 0, kMaxReaderState);
+  }
   if (j.contains("cards")) {
-    for (const auto& card : j.at("cards")) {
-      SimCard parsed = ParseCard(path, card, c);
+    const json& cards = j.at("cards");
+    if (!cards.is_array()) throw BadValue{"cards", "must be a list of cards"};
+    for (size_t i = 0; i < cards.size(); ++i) {
+      SimCard parsed = ParseCard(path, cards[i], "cards[" + std::to_string(i) + "]", c);
       auto same = std::find_if(c.cards.begin(), c.cards.end(),
                                [&](const SimCard& k) { return k.name == parsed.name; });
       if (same != c.cards.end())
@@ -125,23 +210,25 @@ void Parse(const std::string& path, const json& j, SimConfig& c) {
         c.cards.push_back(parsed);
     }
   }
-  Take(j, "card", c.card);
+  Take(j, "", "card", c.card);
   if (!c.FindCard(c.card)) Bad(path, "unknown card \"" + c.card + "\"");
   if (j.contains("faults")) {
-    for (const auto& f : j.at("faults")) {
+    const json& faults = j.at("faults");
+    if (!faults.is_array()) throw BadValue{"faults", "must be a list of faults"};
+    for (size_t i = 0; i < faults.size(); ++i) {
+      const std::string at = "faults[" + std::to_string(i) + "]";
+      const json& f = Object(faults[i], at);
       SimFault fault;
-      Take(f, "operation", fault.operation);
+      Take(f, at, "operation", fault.operation);
       const auto& ops = FaultOperations();
       if (std::find(ops.begin(), ops.end(), fault.operation) == ops.end())
         Bad(path, "unknown fault operation \"" + fault.operation + "\"");
-      Take(f, "call", fault.call);
-      Take(f, "count", fault.count);
-      Take(f, "result", fault.result);
-      Take(f, "errorCode", fault.error_code);
-      Take(f, "errorText", fault.error_text);
-      Take(f, "raise", fault.raise);
-      if (fault.call < 1 || fault.count < 0)
-        Bad(path, "fault \"" + fault.operation + "\" needs call >= 1 and count >= 0");
+      TakeWhole(f, at, "call", fault.call, 1, kMaxLong);
+      TakeWhole(f, at, "count", fault.count, 0, kMaxLong);
+      TakeWhole(f, at, "result", fault.result, kMinLong, kMaxLong);
+      TakeWhole(f, at, "errorCode", fault.error_code, kMinLong, kMaxLong);
+      Take(f, at, "errorText", fault.error_text);
+      Take(f, at, "raise", fault.raise);
       c.faults.push_back(fault);
     }
   }
@@ -187,10 +274,8 @@ SimConfig LoadSimConfig(const std::string& path) {
   }
   try {
     Parse(path, j, config);
-  } catch (const json::exception& e) {
-    Bad(path, std::string("has a value of the wrong type (") + e.what() + ")");
-  } catch (const std::invalid_argument&) {
-    Bad(path, "has a fuel prompt index that is not a number");
+  } catch (const BadValue& e) {
+    Bad(path, e.key + " " + e.what);
   }
   return config;
 }

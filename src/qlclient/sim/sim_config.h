@@ -43,6 +43,9 @@ struct SimConfig {
   std::string card = "visa_chip_pin";
   std::vector<int32_t> reader_states;  // empty: the card's own sequence
   int32_t delay_ms = 0;
+  // The server reverses an authorisation still unconfirmed this long after it was made,
+  // as payment servers do for a till that never came back to it; 0: never.
+  int32_t reverse_after_minutes = 30;
   bool magic_amounts = true;
   std::vector<SimFault> faults;
   std::vector<SimCard> cards;  // built-in catalogue plus the file's own cards
@@ -50,6 +53,11 @@ struct SimConfig {
   [[nodiscard]] const SimCard* FindCard(const std::string& name) const;
   [[nodiscard]] const SimCard* FindCardByPan(const std::string& pan) const;
 };
+
+// Limits of the numbers a file may hold.
+inline constexpr int32_t kMaxDelayMs = 60'000;
+inline constexpr int32_t kMaxReverseAfterMinutes = 7 * 24 * 60;
+inline constexpr int32_t kMaxReaderState = 15;
 
 // The operations a fault may name, in the order the README lists them.
 const std::vector<std::string>& FaultOperations();
