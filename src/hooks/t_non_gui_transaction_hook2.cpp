@@ -20,6 +20,7 @@
 #include "platform/trap.h"
 #include "qlclient/ql_factory.h"
 #include "receipts/receipt.h"
+#include "ui/form_call_scope.h"
 
 #ifndef CCADDIN_VERSION_MAJOR
 #define CCADDIN_VERSION_MAJOR 0
@@ -119,6 +120,7 @@ int32_t TNonGuiTransactionHook2::StartTransaction() {
                 (void)config.LoadConfiguration();
                 journal_ = std::make_unique<TAddinLog>();
                 journal_->StartLog(config.strConfigFileLocation, false);
+                JournalOperatorScript(*journal_);
 
                 session_ = CurrentQlFactory().CreateSession();
                 parameters_ = CurrentQlFactory().CreateParameters();
