@@ -1,13 +1,10 @@
 #include "payment/authorisation_recovery.h"
 
 #include "platform/trap.h"
+#include "qlclient/ql_codes.h"
 #include "qlclient/ql_factory.h"
 
 namespace ccaddin {
-
-namespace {
-constexpr int32_t kConfirmCancelled = 2;
-}  // namespace
 
 CancelOutcome CancelAuthorisationAtServer(const QlTransaction& oTrans,
                                           const std::string& strClientId,
@@ -22,11 +19,11 @@ CancelOutcome CancelAuthorisationAtServer(const QlTransaction& oTrans,
   outcome.bCancelled = Trap(outcome.strText, "CancelAuthorisationAtServer() Failed - ", false, [&] {
     QlTransaction trans = oTrans;
     auto confirm = CurrentQlFactory().CreateConfirm();
-    int32_t result = 4;
-    request.ProcessConfirm(*confirm, trans, strClientId, trans.lTransRefNo, "", kConfirmCancelled,
+    int32_t result = QL_REQ_UNEXPECTED;
+    request.ProcessConfirm(*confirm, trans, strClientId, trans.lTransRefNo, "", QL_CONFIRM_CANCELLED,
                            result);
-    if (result != 0) outcome.strText = request.strErrorMessage();
-    return result == 0;
+    if (result != QL_REQ_DONE) outcome.strText = request.strErrorMessage();
+    return result == QL_REQ_DONE;
   });
   journal.LogCancelAtServer(oTrans.lTransRefNo, outcome.bCancelled, outcome.strText);
   return outcome;
