@@ -6,11 +6,14 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
 
 #include <nlohmann/json.hpp>
+
+#include "pending_authorisations.h"
 
 #include "payment/credit_card_common.h"
 #include "payment/product_info.h"
@@ -25,9 +28,10 @@ namespace ccaddin {
 namespace {
 
 constexpr const char* kUsage =
-    "usage: ccaddin-support [--db PATH] COMMAND [OPTIONS] FILE\n"
+    "usage: ccaddin-support [--db PATH] COMMAND [OPTIONS] [FILE]\n"
     "\n"
-    "Shows on standard output what the add-in would print; writes no file.\n"
+    "Shows on standard output what the add-in would print; writes no file, except that\n"
+    "pending cancels at the server when told to and journals it.\n"
     "\n"
     "  report [--x] [--fuel FUEL_DATA_FILE] [--till TILL_JSON] [--exponent N] [--raw] DATA_FILE\n"
     "      the report text GenerateReport writes for the server's report data file\n"
@@ -38,6 +42,11 @@ constexpr const char* kUsage =
     "      the receipt copies TReceipt composes for the transaction and till information\n"
     "      in TRANSACTION_JSON (merchant, then customer; a line of \"=\" between them),\n"
     "      dated now unless --date and --time say otherwise\n"
+    "\n"
+    "  pending [--cancel REF | --cancel-orphans]\n"
+    "      the authorisations the site's payment server (the built-in simulator) holds\n"
+    "      unconfirmed, with the saved record that holds each for the till; --cancel\n"
+    "      cancels one at the server, --cancel-orphans every one no saved record names\n"
     "\n"
     "Settings are read from the registry\n"
     "database PATH (default: $CCADDIN_REGISTRY, else /var/lib/ccaddin/registry.db) as the\n"
@@ -62,6 +71,7 @@ const std::map<std::string, CommandOptions>& Commands() {
   static const std::map<std::string, CommandOptions> commands = {
       {"report", {{"--fuel", "--till", "--exponent"}, {"--x", "--raw"}}},
       {"receipt", {{"--copy", "--date", "--time", "--exponent"}, {"--duplicate", "--raw"}}},
+      {"pending", {{"--cancel"}, {"--cancel-orphans"}}},
   };
   return commands;
 }
@@ -121,7 +131,13 @@ CommandLine Parse(const std::vector<std::string>& args) {
     }
   }
   if (cl.command.empty()) throw UsageError{"no command given"};
-  if (cl.operands.size() != 1) throw UsageError{cl.command + " takes exactly one file"};
+  if (cl.command == "pending") {
+    if (!cl.operands.empty()) throw UsageError{"pending takes no file"};
+    if (cl.Has("--cancel") && cl.Has("--cancel-orphans"))
+      throw UsageError{"--cancel and --cancel-orphans exclude each other"};
+  } else if (cl.operands.size() != 1) {
+    throw UsageError{cl.command + " takes exactly one file"};
+  }
   return cl;
 }
 
@@ -524,6 +540,17 @@ int RunSupportCommand(const std::vector<std::string>& args, std::ostream& out, s
     // this command's own.
     const ScopedSharedState state;
     Shared().LoadConfiguration();
+    if (cl.command == "pending") {
+      std::optional<int32_t> cancel;
+      if (cl.Has("--cancel")) {
+        const std::string ref = cl.Get("--cancel");
+        if (ref.empty() || ref.size() > 9 ||
+            ref.find_first_not_of("0123456789") != std::string::npos)
+          throw UsageError{"--cancel takes the server's reference number"};
+        cancel = std::stoi(ref);
+      }
+      return RunPendingAuthorisations(cancel, cl.Has("--cancel-orphans"), out);
+    }
     return cl.command == "report" ? Report(cl, out) : Receipt(cl, out);
   } catch (const UsageError& e) {
     err << "ccaddin-support: " << e.message << " (see: ccaddin-support --help)\n";

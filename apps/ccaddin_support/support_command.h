@@ -1,7 +1,9 @@
 // ccaddin-support: shows integrators and the help desk, on standard output, the report
 // text GenerateReport would write for a server data file and the receipt copies TReceipt
-// composes for a transaction. It reads the files it is given and the settings store and
-// writes no file. Runs on the calling thread; may wait on the store's busy timeout.
+// composes for a transaction, and the authorisations the payment server holds pending. It
+// reads the files it is given and the settings store and writes no file, except that it
+// cancels pending authorisations at the server when told to (journalled). Runs on the
+// calling thread; may wait on the store's busy timeout and the payment server.
 #pragma once
 
 #include <ostream>

@@ -204,7 +204,7 @@ TEST(ProcessQlRequestConnect, BadConfigurationFilesFailWithAClearText) {
       {"{ not json", "is not valid JSON"},
       {R"({"card":"no_such_card"})", "unknown card \"no_such_card\""},
       {R"({"faults":[{"operation":"Nothing.Here"}]})", "unknown fault operation \"Nothing.Here\""},
-      {R"({"online":"yes"})", "has a value of the wrong type"},
+      {R"({"online":"yes"})", "online must be true or false"},
       {R"({"cards":[{"name":"x","pan":"1234"}]})", "card \"x\" has no valid card number"},
       {"[1,2]", "must hold one JSON object"},
   };

@@ -20,6 +20,7 @@ class SimConfirm final : public QlConfirm {
     if (Fault(t, "Confirm.Confirm", result, &lErrorCode, strErrorText)) return result;
     if (code < QL_CONFIRM_AUTHORISED || code > QL_CONFIRM_CANCELLED)
       return Fail(kBadRequest, "INVALID CONFIRMATION CODE");
+    ReverseStale(*t->store, *t->config);
     auto stored = t->store->Find(ref);
     if (!stored || ref <= 0)
       return Fail(kUnknownReference, "TRANSACTION " + std::to_string(ref) + " NOT FOUND");
@@ -27,6 +28,8 @@ class SimConfirm final : public QlConfirm {
     StoreState state = stored->state;
     if (state == StoreState::kCancelled)
       return Fail(kAlreadySettled, "TRANSACTION ALREADY CANCELLED");
+    if (state == StoreState::kReversed)
+      return Fail(kAlreadySettled, "TRANSACTION REVERSED - NOT CONFIRMED IN TIME");
     if (code == QL_CONFIRM_CANCELLED) {
       // Cancelling works on a pending or a confirmed transaction (a void).
       trans.bCancelled = true;
@@ -91,6 +94,7 @@ class SimCloseBatch final : public QlCloseBatch {
       strErrorText = "INVALID BATCH REQUEST TYPE";
       return 1;
     }
+    ReverseStale(*t->store, *t->config);
     lBatchNo = t->store->CloseBatch();
     return 0;
   }
@@ -129,11 +133,12 @@ class SimReport final : public QlReport {
     }
     lCount = lSaleTotal = lCashbackTotal = lRefundTotal = 0;
     out << "REFERENCE,DATE,KIND,AMOUNT,CASHBACK,CARD GROUP\r\n";
+    ReverseStale(*t->store, *t->config);
     const int32_t batch = t->store->OpenBatch();
     for (const auto& row : t->store->List(batch)) {
       const QlTransaction& x = row.trans;
-      if (x.lStatus != QL_STATUS_AUTHORISED || row.state == StoreState::kCancelled ||
-          row.state == StoreState::kDeclined)
+      if (x.lStatus != QL_STATUS_AUTHORISED ||
+          (row.state != StoreState::kPending && row.state != StoreState::kConfirmed))
         continue;
       if (fuel_only && x.lCardType != QL_CARD_FUEL) continue;
       const int32_t type = x.lTransactionTypeCode;

@@ -100,6 +100,7 @@ class SimSession final : public QlSession {
     }
     try {
       t.store->UploadOffline();
+      ReverseStale(*t.store, *t.config);
     } catch (const std::exception& e) {
       strErrorText = e.what();
       return QL_CONNECT_FAILED;

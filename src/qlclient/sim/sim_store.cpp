@@ -61,6 +61,8 @@ StoreState StateFrom(int64_t v) {
       return StoreState::kDeclined;
     case 3:
       return StoreState::kCancelled;
+    case 4:
+      return StoreState::kReversed;
     default:
       return StoreState::kPending;
   }
@@ -78,6 +80,7 @@ StoredTransaction Row(Stmt& s) {
   t.uploaded = s.Int(5) != 0;
   t.trans = ReceiptRecordFromText(s.Text(6));
   t.trans.lTransRefNo = t.ref;
+  if (t.state == StoreState::kReversed) t.trans.bCancelled = true;
   return t;
 }
 
@@ -93,6 +96,8 @@ const char* StoreStateName(StoreState state) {
       return "declined";
     case StoreState::kCancelled:
       return "cancelled";
+    case StoreState::kReversed:
+      return "reversed";
   }
   return "pending";
 }
@@ -188,6 +193,15 @@ std::optional<StoredTransaction> SimStore::Find(int32_t ref) {
 void SimStore::Update(int32_t ref, StoreState state, const QlTransaction& trans) {
   Stmt s(db_, "UPDATE transactions SET state = ?, record = ? WHERE ref = ?");
   s.Bind(1, static_cast<int64_t>(state)).Bind(2, ReceiptRecordToText(trans)).Bind(3, ref).Step();
+}
+
+int32_t SimStore::ReversePendingBefore(const std::string& cutoff) {
+  Stmt s(db_, "UPDATE transactions SET state = ? WHERE state = ? AND offline = 0 AND created < ?");
+  s.Bind(1, static_cast<int64_t>(StoreState::kReversed))
+      .Bind(2, static_cast<int64_t>(StoreState::kPending))
+      .Bind(3, cutoff)
+      .Step();
+  return sqlite3_changes(db_);
 }
 
 int32_t SimStore::UploadOffline() {

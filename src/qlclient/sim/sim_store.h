@@ -17,7 +17,8 @@ struct sqlite3;
 namespace ccaddin::sim {
 
 // Where a stored transaction stands with the server.
-enum class StoreState { kPending, kConfirmed, kDeclined, kCancelled };
+// kReversed: the server gave up waiting for the till's verdict and released the money.
+enum class StoreState { kPending, kConfirmed, kDeclined, kCancelled, kReversed };
 const char* StoreStateName(StoreState state);
 
 struct StoredTransaction {
@@ -54,6 +55,9 @@ class SimStore {
   // -1 finds the most recent transaction.
   [[nodiscard]] std::optional<StoredTransaction> Find(int32_t ref);
   void Update(int32_t ref, StoreState state, const QlTransaction& trans);
+  // Reverses every authorisation made online before `cutoff` ("YYYYMMDD HHMMSS") that is
+  // still pending; returns how many. Offline transactions are the terminal's own and stay.
+  int32_t ReversePendingBefore(const std::string& cutoff);
   // Marks every offline transaction as sent; returns how many there were.
   int32_t UploadOffline();
   // Closes the open batch and opens the next one; returns the closed batch's number.

@@ -36,6 +36,13 @@ void ForgetTerminals() {
   Sim().terminals.clear();
 }
 
+void ReverseStale(SimStore& store, const SimConfig& config) {
+  if (config.reverse_after_minutes <= 0) return;
+  const DateTime cutoff = DateTime::FromSerialMs(CurrentEnv()->Now().ToSerialMs() -
+                                                 int64_t{config.reverse_after_minutes} * 60'000);
+  (void)store.ReversePendingBefore(cutoff.Yyyymmdd() + " " + cutoff.Hhmmss());
+}
+
 Terminal& TerminalFor(const std::string& path) {
   auto& slot = Sim().terminals[path];
   if (!slot) {
@@ -148,6 +155,18 @@ std::optional<CardEntry> PresentedCardEntry() {
   const Terminal* t = Current();
   if (t == nullptr || !t->config) return std::nullopt;
   return PresentedCard(*t).entry;
+}
+
+std::vector<StoredTransaction> PendingAuthorisations(const std::string& config_path) {
+  const SimConfig config = LoadSimConfig(config_path);
+  if (!std::filesystem::exists(config.store_path)) return {};
+  SimStore store(config.store_path);
+  ReverseStale(store, config);
+  std::vector<StoredTransaction> pending;
+  for (StoredTransaction& row : store.List(0)) {
+    if (row.state == StoreState::kPending && !row.offline) pending.push_back(std::move(row));
+  }
+  return pending;
 }
 
 void SetReaderStates(const std::vector<int32_t>& states) {

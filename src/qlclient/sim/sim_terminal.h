@@ -71,6 +71,11 @@ void ForgetTerminals();
 // Loads (or reloads, when the file changed) the configuration of `path`.
 Terminal& TerminalFor(const std::string& path);
 
+// Reverses the authorisations a till left unconfirmed past the configuration's
+// reverseAfterMinutes. The simulated server has no clock of its own: it catches up
+// whenever a request or the support command reaches its store.
+void ReverseStale(SimStore& store, const SimConfig& config);
+
 // Shows `text` and waits the configured per-request delay, letting the till's loop run,
 // so demos show the terminal's texts changing.
 void Show(Terminal& t, const std::string& text);

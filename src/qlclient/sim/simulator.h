@@ -11,6 +11,7 @@
 
 #include "qlclient/ql_factory.h"
 #include "qlclient/sim/sim_card.h"
+#include "qlclient/sim/sim_store.h"
 
 namespace ccaddin::sim {
 
@@ -25,6 +26,11 @@ QlFactory& SimulatorFactory();
 
 // How the card presented now reaches the terminal; nullopt before the first connect.
 [[nodiscard]] std::optional<CardEntry> PresentedCardEntry();
+
+// The authorisations the server of the configuration file `config_path` still holds
+// unconfirmed (online ones, oldest first), once it has reversed those older than the
+// file's reverseAfterMinutes. Throws Failure when the file or its store cannot be read.
+[[nodiscard]] std::vector<StoredTransaction> PendingAuthorisations(const std::string& config_path);
 
 // Replaces the reader states that the next polls report (last one repeats); empty
 // returns to the presented card's own sequence.
