@@ -316,7 +316,9 @@ int RunSale(const Options& o, std::ostream& out, std::ostream& err) {
   const std::string reference = hook.strTransactionReference();
   // Said at once: should the command die before the confirmation, this is the reference
   // the till holds the transaction under (and can still confirm or cancel it by).
-  out << "Saved for confirmation: " << reference << std::endl;
+  const bool approved = info.lResponseCode == TRANSINFO_RC_AUTHORISED;
+  out << "Saved for confirmation: " << reference
+      << (approved ? " (authorised)" : " (not authorised)") << std::endl;
   if (TillLoop::interrupted()) {
     // Ctrl-C came while the server was authorising: the sale is abandoned, so the
     // authorisation is cancelled rather than left holding the cardholder's money.
@@ -326,7 +328,6 @@ int RunSale(const Options& o, std::ostream& out, std::ostream& err) {
                           : "ABORTED BY OPERATOR: cancelling the authorisation failed (" +
                                 hook.strErrorMessage() + ")");
   }
-  const bool approved = info.lResponseCode == TRANSINFO_RC_AUTHORISED;
   // Only an authorised transaction is committed; anything else is recorded as declined,
   // since this command takes no voice authorisation for a referral.
   if (!hook.ConfirmTransaction(approved ? CONFIRMTYPE_AUTHORISED : CONFIRMTYPE_DECLINED, reference,
