@@ -7,6 +7,7 @@
 
 #include "payment/credit_card_common.h"
 #include "platform/virtual_env.h"
+#include "qlclient/ql_codes.h"
 #include "receipts/recording_pos_printer.h"
 #include "support/golden_text.h"
 #include "support/temp_dir.h"
@@ -100,14 +101,15 @@ TEST_F(TransactionReceiptsTest, BothCopiesThenARePrintOfTheLastWithTheFirstPrint
 TEST_F(TransactionReceiptsTest, PaperFollowsThePrintRulesAndFailuresWhileTheTillGetsEveryCopy) {
   CreditCardCommon& c = Shared();
   c.bPromptTappedCustomerReceipt = true;
-  sale_.lEntryMethodCode = 3;  // tapped, no verification: the operator is asked, says No
+  sale_.lEntryMethodCode =
+      QL_ENTRY_TAPPED;  // tapped, no verification: the operator is asked, says No
   sale_.lCvmCode = 0;
   EXPECT_EQ(Print(true) + Print(false), 0);
   EXPECT_TRUE(receipts_.bLastCopyMerchant());
   EXPECT_EQ(Print(false, true), 0);  // a duplicate is asked for: no question
   EXPECT_EQ(answer_.asked, std::vector<std::string>{"TRANSACTION AUTHORISED"});
   // Declined: suppressed for the merchant; the till prints the customer's itself.
-  sale_.lStatus = 3;
+  sale_.lStatus = QL_STATUS_DECLINED;
   c.lPrintReceiptsBitmap = 4;
   c.bCustomerReceiptDisabled = true;
   EXPECT_EQ(Print(true) + Print(false), 0);

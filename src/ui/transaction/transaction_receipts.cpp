@@ -5,21 +5,15 @@
 #include "platform/env.h"
 #include "platform/file_system.h"
 #include "platform/trap.h"
+#include "qlclient/ql_codes.h"
 #include "receipts/receipt.h"
 #include "ui/form_call_scope.h"
 
 namespace ccaddin {
 
-namespace {
-
-constexpr int32_t kStatusDeclined = 3;
-constexpr int32_t kStatusReferred = 2;
-
-}  // namespace
-
 int32_t TransactionReceipts::ReceiptKind(const QlTransaction& oTrans, bool bMerchantCopy) {
   int32_t kind = CreditCardCommon::kMerchantAuthorised;
-  if (oTrans.lStatus == kStatusDeclined || oTrans.lStatus == kStatusReferred) {
+  if (oTrans.lStatus == QL_STATUS_DECLINED || oTrans.lStatus == QL_STATUS_REFERRED) {
     kind = CreditCardCommon::kMerchantDeclined;
   } else if (oTrans.bCancelled) {
     kind = CreditCardCommon::kMerchantCancelled;
