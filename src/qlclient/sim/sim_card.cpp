@@ -1,9 +1,20 @@
 #include "qlclient/sim/sim_card.h"
 
 #include <cctype>
+#include <cmath>
+#include <cstdlib>
 
 namespace ccaddin::sim {
 namespace {
+
+std::string SchemeOf(const std::string& pan) {
+  if (pan.empty()) return "UNKNOWN";
+  if (pan[0] == '4') return "VISA";
+  if (pan[0] == '5' || pan[0] == '2') return "MASTERCARD";
+  if (pan.rfind("34", 0) == 0 || pan.rfind("37", 0) == 0) return "AMEX";
+  if (pan.rfind("70", 0) == 0) return "FUELCARD";
+  return "CARD";
+}
 
 SimCard Card(std::string name, std::string description, std::string pan, std::string scheme) {
   SimCard c;
@@ -175,6 +186,22 @@ bool LuhnValid(const std::string& pan) {
     twice = !twice;
   }
   return sum % 10 == 0;
+}
+
+SimCard GenericCard(const std::string& pan, CardEntry entry) {
+  SimCard c;
+  c.name = "keyed card";
+  c.pan = pan;
+  c.scheme = SchemeOf(pan);
+  c.entry = entry;
+  c.cvm = entry == CardEntry::kKeyed ? 0 : 3;
+  if (entry == CardEntry::kKeyed) c.entry_prompts = {1, 0, 0, 1, 2, 2, 0};
+  return c;
+}
+
+std::string ForeignAmount(int32_t amount, const std::string& rate) {
+  const double r = std::strtod(rate.c_str(), nullptr);
+  return std::to_string(static_cast<int64_t>(std::llround(amount * r)));
 }
 
 }  // namespace ccaddin::sim

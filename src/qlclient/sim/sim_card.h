@@ -65,4 +65,12 @@ std::string MaskPan(const std::string& pan);
 // True for a digit string of 12 to 19 digits with a valid check digit.
 bool LuhnValid(const std::string& pan);
 
+// A card the till keyed or swiped that is not in the catalogue: an ordinary card of
+// its scheme that the server authorises.
+SimCard GenericCard(const std::string& pan, CardEntry entry);
+
+// `amount` in minor units converted at `rate` (units of the card currency per unit of
+// the till's), rounded to the nearest minor unit.
+std::string ForeignAmount(int32_t amount, const std::string& rate);
+
 }  // namespace ccaddin::sim
