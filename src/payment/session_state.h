@@ -76,6 +76,14 @@ struct SessionState {
   std::string strQuestionNoCaption;
   bool bQuestionAnswer = false;
 
+  // --- the keypad: inputs, and the outputs after it closed ---
+  bool bKeypadNumeric = false;   // digits only; False: the alphanumeric keypad
+  int32_t lKeypadMaxLength = 0;  // longest entry; 0: no limit
+  bool bKeypadDecimal = false;   // a decimal amount, typed as on a till
+  int32_t lKeypadExponent = 0;   // its decimal places
+  bool bKeypadOk = false;
+  std::string strKeypadText;
+
   // --- the serial receipt printer between OpenSerialPrinter and CloseSerialPrinter ---
   std::string strSerialPrinterSettings;  // the line's description, for the error log
   std::unique_ptr<TSerial> oSerialPrinter;

@@ -125,6 +125,10 @@ void TAddinLog::LogError(const std::string& strErrorMessage) noexcept {
   Quietly([&] { Line("ERROR  : " + strErrorMessage); });
 }
 
+void TAddinLog::LogOperatorScript(const std::string& strText) noexcept {
+  Quietly([&] { Line("SCRIPT : " + strText); });
+}
+
 void TAddinLog::LogEndTransaction(const TTransactionInfo& oTxInfo) noexcept {
   Quietly([&] {
     // Values that begin with "=" carry the separator themselves.

@@ -33,6 +33,8 @@ class TAddinLog {
   void LogKeyPress(const std::string& strFormName, const std::string& strControlName,
                    int16_t iKeyAscii, int32_t lButtonIndex) noexcept;
   void LogError(const std::string& strErrorMessage) noexcept;
+  // What an operator script did at the windows in place of a person ("SCRIPT : ...").
+  void LogOperatorScript(const std::string& strText) noexcept;
 
   // The outcome handed back to the till, one labelled line per property. The token is
   // never written, only whether one was returned.

@@ -46,23 +46,6 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// Card numbers are 13 to 19 digits; references, amounts and dates are shorter. A run of
-// 13 or more keeps only its last four digits.
-void MaskLongDigitRuns(std::string& line) {
-  constexpr size_t kLongestKept = 12;
-  size_t i = 0;
-  while (i < line.size()) {
-    if (!IsDigit(line[i])) {
-      ++i;
-      continue;
-    }
-    const size_t start = i;
-    while (i < line.size() && IsDigit(line[i])) ++i;
-    const size_t length = i - start;
-    if (length > kLongestKept) line.replace(start, length - 4, length - 4, '*');
-  }
-}
-
 bool IsDirectory(const std::string& path) {
   struct stat st {};
   return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
@@ -109,6 +92,21 @@ std::string WithTrailingSeparator(const std::string& folder) {
 }
 
 }  // namespace
+
+void MaskLongDigitRuns(std::string& line) {
+  constexpr size_t kLongestKept = 12;
+  size_t i = 0;
+  while (i < line.size()) {
+    if (!IsDigit(line[i])) {
+      ++i;
+      continue;
+    }
+    const size_t start = i;
+    while (i < line.size() && IsDigit(line[i])) ++i;
+    const size_t length = i - start;
+    if (length > kLongestKept) line.replace(start, length - 4, length - 4, '*');
+  }
+}
 
 std::string Logging::ProcessLogMsg(std::string_view strMessage) {
   // The control characters that payment and printer protocols use get their names.

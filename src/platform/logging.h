@@ -9,6 +9,10 @@
 
 namespace ccaddin {
 
+// Card numbers are 13 to 19 digits; references, amounts and dates are shorter. A run of
+// 13 or more digits keeps only its last four; the others become "*".
+void MaskLongDigitRuns(std::string& line);
+
 class Logging {
  public:
   // Files larger than this are moved into the "old" folder before the next line.

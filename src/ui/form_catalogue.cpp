@@ -1,0 +1,18 @@
+#include "ui/form_catalogue.h"
+
+#include "ui/frm_keypad.h"
+#include "ui/frm_question_box.h"
+
+namespace ccaddin {
+
+FormCatalogue::FormCatalogue() {
+  Add(std::make_unique<frmKeypad>());
+  Add(std::make_unique<frmQuestionBox>());
+}
+
+void FormCatalogue::Add(std::unique_ptr<Form> design) {
+  views_.push_back(design.get());
+  designs_.push_back(std::move(design));
+}
+
+}  // namespace ccaddin
