@@ -1,4 +1,6 @@
-// Loaded with LD_PRELOAD into a process running a sale, to stop it at a chosen step. A step
+// libccaddin_fault_injector.so: loaded with LD_PRELOAD into a till (or ccaddin-till) running
+// a sale, it stops the process at a chosen step, so that an integrator can see what the
+// till and the add-in leave behind after a crash or on a full disk. A step
 // is a call that changes a file under CCADDIN_FAULT_ROOT (creating or opening for writing,
 // writing, syncing, renaming, removing, making a folder): between two steps nothing
 // durable changes, so stopping before each step in turn reaches every state a crash or a
