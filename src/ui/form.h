@@ -57,6 +57,7 @@ class Form {
 
   // ---- Controls, in design order (which is also the tab order unless changed). ----
   [[nodiscard]] const std::deque<Control>& Controls() const { return controls_; }
+  [[nodiscard]] std::deque<Control>& Controls() { return controls_; }
   [[nodiscard]] Control* Find(std::string_view name, int32_t index = -1);
   [[nodiscard]] const Control* Find(std::string_view name, int32_t index = -1) const;
   // The control, or a Failure ("frmKeypad has no control cmdX") that the handler

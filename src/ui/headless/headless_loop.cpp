@@ -6,7 +6,7 @@
 namespace ccaddin {
 
 HeadlessLoop::HeadlessLoop(ScriptRunner runner, HeadlessOptions options)
-    : runner_(std::move(runner)), options_(options) {}
+    : runner_(std::move(runner)), options_(std::move(options)), operator_(options_.picture) {}
 
 HeadlessLoop::~HeadlessLoop() = default;
 
