@@ -60,8 +60,8 @@ void HeadlessLoop::ControlChanged(const Control& control, Property property) {
   }
 }
 
-void HeadlessLoop::FormChanged(FormProperty) {
-  ++changes_;
+void HeadlessLoop::FormChanged(FormProperty property) {
+  if (property != FormProperty::Refresh) ++changes_;
 }
 
 void HeadlessLoop::Schedule(Control& timer, int64_t from) {

@@ -306,6 +306,9 @@ void QtFormView::ApplyForm(FormProperty property) {
       if (w != nullptr && focusWidget() != w) w->setFocus(Qt::OtherFocusReason);
       break;
     }
+    case FormProperty::Refresh:
+      repaint();
+      break;
     case FormProperty::Stage:
       break;
   }

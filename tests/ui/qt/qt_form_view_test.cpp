@@ -65,8 +65,10 @@ class frmView final : public Form {
     capMessage.SetCaption("GONE");
   }
   void cmdOff_Click() { ++off; }
+  // Enter moves on to the next field; letters become capitals; nothing else is typed.
   void txtCode_KeyPress(int16_t& KeyAscii) {
-    KeyAscii = TextBoxFormat::UCAlphaNumericBox(KeyAscii, 0, 0, 0);
+    KeyAscii =
+        KeyAscii == kKeyEnter ? kKeyTab : TextBoxFormat::UCAlphaNumericBox(KeyAscii, 0, 0, 0);
   }
   void tmrTick_Timer() { ++ticks; }
   // A request that polls, yielding to the loop: Go is off meanwhile, the timer runs.
@@ -133,6 +135,8 @@ TEST_F(QtFormViewTest, WidgetsFollowTheModelAndInputReachesTheHandlers) {
   EXPECT_EQ(code->text(), "AB");
   QTest::keyClick(code, Qt::Key_Z, Qt::ControlModifier);  // no undo behind the form's back
   EXPECT_EQ(code->text(), "AB");
+  QTest::keyClick(code, Qt::Key_Return);
+  EXPECT_EQ(QApplication::focusWidget(), go);
   QTest::mouseClick(go, Qt::LeftButton);
   EXPECT_EQ(form.go, 1);
   EXPECT_EQ(form.Focused(), &form.cmdGo);
