@@ -12,6 +12,7 @@
 #include "platform/addin_log.h"
 #include "qlclient/ql_codes.h"
 #include "qlclient/ql_factory.h"
+#include "qlclient/sim/sim_inspect.h"
 #include "qlclient/sim/simulator.h"
 
 namespace ccaddin {
@@ -34,19 +35,6 @@ std::map<int32_t, std::string> SavedRecords(const std::string& folder) {
     saved[std::stoi(stem.substr(0, 10))] = stem;
   }
   return saved;
-}
-
-const char* ResultName(int32_t status) {
-  switch (status) {
-    case QL_STATUS_AUTHORISED:
-      return "AUTHORISED";
-    case QL_STATUS_REFERRED:
-      return "REFERRED";
-    case QL_STATUS_DECLINED:
-      return "DECLINED";
-    default:
-      return "NONE";
-  }
 }
 
 // Connects and logs in as the till would, for the cancellations.
@@ -100,7 +88,7 @@ int RunPendingAuthorisations(std::optional<int32_t> cancel, bool cancel_orphans,
     const auto held = saved.find(row.ref);
     out << std::left << std::setw(8) << row.ref << std::setw(17) << row.created << std::right
         << std::setw(10) << row.trans.strAmount << "  " << std::left << std::setw(20)
-        << row.trans.strPan << std::setw(12) << ResultName(row.trans.lStatus)
+        << row.trans.strPan << std::setw(12) << sim::StatusName(row.trans.lStatus)
         << (held != saved.end() ? held->second : "none: the till cannot confirm it") << "\n";
     if ((cancel && *cancel == row.ref) || (cancel_orphans && held == saved.end())) {
       targets.push_back(&row);

@@ -20,8 +20,8 @@ CancelOutcome CancelAuthorisationAtServer(const QlTransaction& oTrans,
     QlTransaction trans = oTrans;
     auto confirm = CurrentQlFactory().CreateConfirm();
     int32_t result = QL_REQ_UNEXPECTED;
-    request.ProcessConfirm(*confirm, trans, strClientId, trans.lTransRefNo, "", QL_CONFIRM_CANCELLED,
-                           result);
+    request.ProcessConfirm(*confirm, trans, strClientId, trans.lTransRefNo, "",
+                           QL_CONFIRM_CANCELLED, result);
     if (result != QL_REQ_DONE) outcome.strText = request.strErrorMessage();
     return result == QL_REQ_DONE;
   });

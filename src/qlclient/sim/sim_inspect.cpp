@@ -35,19 +35,6 @@ const char* TypeName(int32_t type) {
   }
 }
 
-const char* StatusName(int32_t status) {
-  switch (status) {
-    case QL_STATUS_AUTHORISED:
-      return "AUTHORISED";
-    case QL_STATUS_REFERRED:
-      return "REFERRED";
-    case QL_STATUS_DECLINED:
-      return "DECLINED";
-    default:
-      return "NONE";
-  }
-}
-
 bool ParseInt(const std::string& text, int32_t& value) {
   try {
     size_t used = 0;
@@ -89,6 +76,19 @@ void PrintBatches(SimStore& store, std::ostream& out) {
 }
 
 }  // namespace
+
+const char* StatusName(int32_t status) {
+  switch (status) {
+    case QL_STATUS_AUTHORISED:
+      return "AUTHORISED";
+    case QL_STATUS_REFERRED:
+      return "REFERRED";
+    case QL_STATUS_DECLINED:
+      return "DECLINED";
+    default:
+      return "NONE";
+  }
+}
 
 int InspectStore(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
   if (args.empty() || args[0] == "-h" || args[0] == "--help") {

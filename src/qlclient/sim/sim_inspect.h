@@ -3,11 +3,15 @@
 // card numbers as the store holds them.
 #pragma once
 
+#include <cstdint>
 #include <ostream>
 #include <string>
 #include <vector>
 
 namespace ccaddin::sim {
+
+// A transaction's result as listings show it: AUTHORISED, REFERRED, DECLINED or NONE.
+[[nodiscard]] const char* StatusName(int32_t status);
 
 // args (without the program name): <store.sqlite | configuration.json> [command]
 // Commands: "transactions" (default) [batch number], "batches", "show" <reference>.
