@@ -281,7 +281,9 @@ class Till {
     } else if (op == "wait") {
       env_.Advance(s.at("ms").get<int64_t>());
     } else if (op == "reset") {
+      // As a fresh process: the old session would point at a terminal that is gone.
       ResetSimulator();
+      session_ = SimulatorFactory().CreateSession();
     } else if (op == "store") {
       for (const auto& row : SimStore(dir_.file(s.value("file", "qlsim-server.sqlite"))).List(0))
         got["rows"].push_back({{"ref", row.ref},
