@@ -1,0 +1,405 @@
+// The server session's steps: the session start, connect and login with the first
+// working state, the start of the transaction on the card terminal, the authorisation
+// (after a card enquiry, or straight from an integrated terminal), the status line while
+// a request runs, and the end of the session.
+#include "payment/credit_card_common.h"
+#include "qlclient/ql_factory.h"
+#include "ui/transaction/frm_transaction.h"
+
+#ifndef CCADDIN_VERSION_MAJOR
+#define CCADDIN_VERSION_MAJOR 0
+#define CCADDIN_VERSION_MINOR 0
+#define CCADDIN_VERSION_REVISION 0
+#endif
+
+namespace ccaddin {
+
+namespace {
+
+constexpr int32_t kStatusPollMs = 350;
+constexpr const char* kConnectionClosed = "CONNECTION TO SERVER CLOSED";
+constexpr const char* kReaderNotAvailable = "CARD READER IS NOT AVAILABLE";
+
+// The customer's presence as the payment transaction carries it (1 present).
+constexpr int32_t kCustomerPresent = 1;
+constexpr int32_t kCustomerNotPresent = 2;
+
+}  // namespace
+
+void frmTransaction::BindSessionSteps() {
+  OnTimer(tmrStart, &frmTransaction::tmrStart_Timer);
+  OnTimer(tmrStatus, &frmTransaction::tmrStatus_Timer);
+  OnClick(cmdCancel, &frmTransaction::cmdCancel_Click);
+  OnClick(cmdContinueTxn, &frmTransaction::cmdContinueTxn_Click);
+  OnClick(cmdRestartTxn, &frmTransaction::cmdRestartTxn_Click);
+  OnClick(cmdSplitTender, &frmTransaction::cmdSplitTender_Click);
+}
+
+TTender& frmTransaction::Ledger() const {
+  const CreditCardCommon& shared = Shared();
+  if (!shared.oTender) throw Failure("no tender ledger for this transaction");
+  return *shared.oTender;
+}
+
+void frmTransaction::CreateSessionObjects() {
+  QlFactory& factory = CurrentQlFactory();
+  oSession = factory.CreateSession();
+  oParms = factory.CreateParameters();
+  oLogin = factory.CreateLogin();
+  oEnq = factory.CreateCardEnquiry();
+}
+
+void frmTransaction::ReleaseSessionObjects() {
+  oTrans.reset();
+  oProcessor.reset();
+  oEnq.reset();
+  oLogin.reset();
+  oParms.reset();
+  oSession.reset();
+}
+
+void frmTransaction::tmrStart_Timer() {
+  CreditCardCommon& shared = Shared();
+  tmrStart.SetEnabled(false);
+  SetState(kConnecting);
+  ShowState();
+  int32_t next = kError;
+  ConnectAndLogin(next);
+  SetState(next);
+
+  const bool ordinary =
+      !shared.bReceiptMode && !shared.bVoidMode && !shared.bReportMode && !shared.bTokenMode;
+  const bool auto_report = shared.bReportMode && shared.bAutoRunReport;
+  if (next != kError && shared.lOperatingMode != 0 && ordinary) {
+    // An integrated terminal reads the card and runs the transaction itself.
+    if (shared.bCustomerNotPresent) {
+      SetState(kCustomerPresent);
+    } else {
+      RunDirectAuthorisation(next);
+      SetState(next);
+    }
+  } else if (next == kError && auto_report) {
+    shared.bTransactionComplete = false;
+    SetState(kFinished);
+  } else if (next != kError && auto_report) {
+    cmdCancel.SetEnabled(false);
+    RunReport(next);
+    SetState(kFinished);
+  } else if (next != kError && shared.lOperatingMode == 0 && ordinary && !shared.bMailOrderOnly &&
+             shared.bCardReaderStatus) {
+    StartCardSession(bRestarted, next);
+    SetState(next);
+  }
+  ShowState();
+
+  if (lState == kFinished) {
+    cmdCancel.SetEnabled(true);
+    (void)Unload();
+  } else if (lState != kError && !shared.bReceiptMode && !shared.bReportMode && !shared.bVoidMode) {
+    cmdSplitTender.SetVisible(shared.bSplitTender && !shared.bSplitTenderActive);
+  }
+}
+
+void frmTransaction::ConnectAndLogin(int32_t& lNextState) {
+  CreditCardCommon& shared = Shared();
+  lNextState = kError;
+  cmdCancel.SetEnabled(false);
+  bServerError = false;
+
+  int32_t result = 0;
+  oRequest.Connect(*oSession, *oParms, shared.strConfigFileLocation, shared.strConfigFileName,
+                   result);
+  if (result == 2) {
+    strStatusText = oRequest.strErrorMessage();
+    bServerError = true;
+  } else if (result == 0) {
+    oRequest.ProcessLogin(*oLogin, shared.strQuaylinkMerchantId, shared.strQuaylinkClientId,
+                          shared.strQuaylinkPassword, result);
+    if (result == 5) {
+      strStatusText = "LOGIN TO SERVER FAILED";
+      bServerError = true;
+    } else if (result == 4 || result == 2) {
+      strStatusText = kConnectionClosed;
+      bServerError = true;
+    } else if (shared.bVoidMode) {
+      if (shared.lRequestedTransRefNo != 0) {
+        bool done = false;
+        RunVoid(shared.lRequestedTransRefNo, done);
+        lNextState = kFinished;
+      } else {
+        lNextState = kVoid;
+      }
+    } else if (shared.bReceiptMode) {
+      if (shared.lRequestedTransRefNo != 0) {
+        bool done = false;
+        PrintDuplicateReceipts(shared.lRequestedTransRefNo, done);
+        lNextState = kFinished;
+      } else {
+        lNextState = kDuplicate;
+      }
+    } else if (shared.bReportMode) {
+      lNextState = kReport;
+    } else if (shared.bTokenMode) {
+      RunCardEnquiry(lNextState);
+    } else if (shared.bMailOrderOnly) {
+      bCustomerPresent = false;
+      if (shared.bE2EEEnabled) {
+        // The card number is keyed on the terminal's own keypad.
+        SetState(kProcessingCard);
+        lEntryMethod = 3;
+        ShowState();
+        RunCardEnquiry(lNextState);
+      } else {
+        lNextState = kKeyedNumber;
+      }
+    } else {
+      lNextState = shared.bExternalSwipe ? kExternalSwipe : kCardWait;
+    }
+  }
+  cmdCancel.SetEnabled(true);
+}
+
+int32_t frmTransaction::TransactionTypeCode() const {
+  switch (Shared().lTransactionType) {
+    case TAM_TT_REFUND:
+      return 6;
+    case TAM_TT_PREAUTH:
+      return 4;
+    case TAM_TT_FINALAUTH:
+      return 5;
+    default:
+      return Ledger().GetCashAmount(Shared().lTenderIndex) > 0 ? 2 : 1;
+  }
+}
+
+void frmTransaction::StartCardSession(bool bRestart, int32_t& lNextState) {
+  CreditCardCommon& shared = Shared();
+  lNextState = kError;
+  cmdCancel.SetEnabled(false);
+  if (shared.bFuelBalanceMode) {
+    // A balance enquiry reads the card without starting a payment on the terminal.
+    strInsertSwipePrompt = shared.bExternalSwipe ? "PLEASE INSERT CARD" : "INSERT OR SWIPE CARD";
+    lNextState = lState;
+    cmdCancel.SetEnabled(true);
+    return;
+  }
+  const TTillInformation& till = shared.oTillInfo;
+  std::string address;
+  for (const std::string* line :
+       {&till.strAddressLine1, &till.strAddressLine2, &till.strAddressLine3}) {
+    if (line->empty()) continue;
+    if (!address.empty()) address += ":";
+    address += *line;
+  }
+  TTender& ledger = Ledger();
+  const int32_t index = shared.lTenderIndex;
+  auto start = CurrentQlFactory().CreateTransactionStart();
+  int32_t result = 0;
+  // A restart asked for by the server offers the terminal no keyed or tapped card: the
+  // server wants the card read again from its chip or stripe.
+  oRequest.ProcessStartTransaction(
+      *start, shared.strbaseCurrency, ledger.GetSaleAmount(index), ledger.GetCashAmount(index),
+      ledger.GetGratuityAmount(index), TransactionTypeCode(), till.strMerchantName, address,
+      shared.strPedLanguageCode, shared.strChipDeviceName, !bRestart && shared.bE2EEEnabled,
+      shared.bExternalSwipe, true, !bRestart, result);
+  switch (result) {
+    case 0:
+      if (start->bContactlessCapable) {
+        strInsertSwipePrompt =
+            shared.bExternalSwipe ? "INSERT OR TAP CARD" : "INSERT, TAP OR SWIPE CARD";
+      } else {
+        strInsertSwipePrompt =
+            shared.bExternalSwipe ? "PLEASE INSERT CARD" : "INSERT OR SWIPE CARD";
+      }
+      lNextState = lState;
+      break;
+    case 1:
+      if (shared.bE2EEEnabled) {
+        bServerError = true;
+        strStatusText = kReaderNotAvailable;
+      } else {
+        lNextState = shared.bExternalSwipe ? kKeyedNumber : kSwipeOnTill;
+      }
+      break;
+    case 2:
+      bServerError = true;
+      strStatusText = kConnectionClosed;
+      break;
+    case 4:
+      bServerError = true;
+      strStatusText = oRequest.strErrorMessage();
+      break;
+    default:
+      break;
+  }
+  cmdCancel.SetEnabled(true);
+}
+
+std::unique_ptr<QlTransaction> frmTransaction::NewTransaction() const {
+  const CreditCardCommon& shared = Shared();
+  TTender& ledger = Ledger();
+  const int32_t index = shared.lTenderIndex;
+  auto trans = std::make_unique<QlTransaction>();
+  trans->strCurrencyCode = shared.strbaseCurrency;
+  trans->lCurrencyExponent = shared.lBaseCurrencyExponent;
+  trans->strAmount = std::to_string(ledger.GetSaleAmount(index));
+  if (const int32_t gratuity = ledger.GetGratuityAmount(index); gratuity > 0)
+    trans->strGratuityAmount = std::to_string(gratuity);
+  trans->lTransactionTypeCode = TransactionTypeCode();
+  if (trans->lTransactionTypeCode == 2)
+    trans->strCashbackAmount = std::to_string(ledger.GetCashAmount(index));
+  trans->lCustomerPresence = bCustomerPresent ? kCustomerPresent : kCustomerNotPresent;
+  trans->strReferenceText = shared.strReferenceText;
+  return trans;
+}
+
+// The till's store, till and receipt numbers and the component's version: how the server
+// finds the sale again.
+std::string frmTransaction::TransactionReference() const {
+  const TTillInformation& till = Shared().oTillInfo;
+  return till.strStoreNumber + ":" + till.strTillNumber + ":" + till.strReceiptNumber + ":v" +
+         std::to_string(CCADDIN_VERSION_MAJOR) + "." + std::to_string(CCADDIN_VERSION_MINOR) + "." +
+         std::to_string(CCADDIN_VERSION_REVISION);
+}
+
+int32_t frmTransaction::RecordAuthorisation() {
+  const CreditCardCommon& shared = Shared();
+  TTender& ledger = Ledger();
+  (void)ledger.UpdateTransRefNo(shared.lTenderIndex, oTrans->lTransRefNo);
+  (void)ledger.UpdateAuthCode(shared.lTenderIndex, oTrans->strAuthCode);
+  if (oTrans->lStatus == 2) return kReferral;
+  PrintTransactionReceipt(true, false);
+  if (oTrans->lStatus == 3) {
+    PrintTransactionReceipt(false, false);
+    auto confirm = CurrentQlFactory().CreateConfirm();
+    int32_t result = 0;
+    oRequest.ProcessConfirm(*confirm, *oTrans, shared.strQuaylinkClientId, oTrans->lTransRefNo, "",
+                            1, result);
+  }
+  return kResult;
+}
+
+void frmTransaction::RunAuthorisation(int32_t& lNextState) {
+  CreditCardCommon& shared = Shared();
+  lNextState = kError;
+  cmdCancel.SetEnabled(false);
+
+  const bool fuel_card = oEnq->lCardType == 1;
+  if (fuel_card) {
+    int32_t checked = 0;
+    CheckFuelProducts(Ledger().GetSaleAmount(shared.lTenderIndex),
+                      oEnq->strTrack.empty() ? oEnq->strPan : oEnq->strTrack, checked);
+    if (checked != 0) {
+      bServerError = true;
+      cmdCancel.SetEnabled(true);
+      return;
+    }
+  }
+  if (shared.lDccType == 1 && !fuel_card && oTrans->lEntryMethodCode != 3 &&
+      oTrans->lTransactionTypeCode != 2 && oTrans->lTransactionTypeCode != 5) {
+    RunCurrencyConversionOffer();
+  }
+
+  const int32_t before = lState;
+  SetState(kProcessing);
+  ShowState();
+  oTrans->strReference = TransactionReference();
+  oProcessor = CurrentQlFactory().CreateTransactionProcessor();
+  int32_t result = 0;
+  oRequest.ProcessTransaction(*oProcessor, *oTrans, result);
+  switch (result) {
+    case 0:
+      lNextState = RecordAuthorisation();
+      break;
+    case 1:
+      // A refusal after the details frame can be corrected there; straight after the
+      // card enquiry there is nothing for the operator to correct.
+      strStatusText = oRequest.strErrorMessage();
+      bServerError = before == kProcessingCard;
+      if (!bServerError) lReturnState = kDetails;
+      break;
+    case 2:
+      bServerError = true;
+      strStatusText = kConnectionClosed;
+      break;
+    case 4:
+      bServerError = true;
+      strStatusText = oRequest.strErrorMessage();
+      break;
+    case 6:
+      lNextState = kSwipeOnTill;
+      break;
+    case 7:
+      lNextState = kExternalSwipe;
+      break;
+    case 8:
+      lNextState = kPinBypass;
+      break;
+    case 9:
+      lNextState = kRestart;
+      break;
+    default:
+      break;
+  }
+  cmdCancel.SetEnabled(true);
+}
+
+void frmTransaction::RunDirectAuthorisation(int32_t& lNextState) {
+  CreditCardCommon& shared = Shared();
+  lNextState = kError;
+  SetState(kProcessing);
+  ShowState();
+  oTrans = NewTransaction();
+  oTrans->strReference = TransactionReference();
+  oProcessor = CurrentQlFactory().CreateTransactionProcessor();
+  int32_t result = 0;
+  oRequest.ProcessTransaction(*oProcessor, *oTrans, result);
+  switch (result) {
+    case 0:
+      if (shared.lOperatingMode != 1) {
+        lNextState = RecordAuthorisation();
+        break;
+      }
+      // The terminal settles the transaction with the server itself: the ledger only
+      // records how it ended.
+      if (oTrans->lStatus == 1 && !oTrans->bCancelled) {
+        TTender& ledger = Ledger();
+        (void)ledger.UpdateState(shared.lTenderIndex, TTender::kStateAuthorised);
+        (void)ledger.UpdateTransRefNo(shared.lTenderIndex, oTrans->lTransRefNo);
+        (void)ledger.UpdateAuthCode(shared.lTenderIndex, oTrans->strAuthCode);
+      } else if (oTrans->bCancelled) {
+        (void)Ledger().UpdateState(shared.lTenderIndex, TTender::kStateCancelled);
+        bOperatorCancelled = true;
+      }
+      lNextState = kFinished;
+      break;
+    case 1:
+    case 4:
+      bServerError = true;
+      strStatusText = oRequest.strErrorMessage();
+      break;
+    case 2:
+      bServerError = true;
+      strStatusText = kConnectionClosed;
+      break;
+    default:
+      break;
+  }
+}
+
+void frmTransaction::tmrStatus_Timer() {
+  if (oSession) txtStatus.SetText(oSession->GetStatusText());
+}
+
+void frmTransaction::EndSession() {
+  cmdCancel.SetEnabled(false);
+  tmrStatus.SetInterval(kStatusPollMs);
+  tmrStatus.SetEnabled(true);
+  int32_t result = 0;
+  oRequest.ProcessLogout(*oLogin, result);
+  oRequest.Disconnect(*oSession, result);
+  tmrStatus.SetEnabled(false);
+  cmdCancel.SetEnabled(true);
+}
+
+}  // namespace ccaddin

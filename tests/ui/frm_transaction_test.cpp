@@ -1,0 +1,156 @@
+// The transaction window, headless against the simulator. Each case file
+// (tests/data/ui/transaction/<name>.json) is a till site and a sale: the settings (registry
+// value names), the simulator's configuration, the tender, the operator script (whose
+// "expect" steps check the window on the way) and the outcome: the states the window went
+// through, what the till is told, the ledger and what the server recorded. Every case also
+// holds the window to what no path may break: a sale reported complete was confirmed at
+// the server, the server session is closed when the window is, and no file of the site
+// holds a card number.
+#include "ui/transaction/frm_transaction.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <regex>
+
+#include "payment/credit_card_common.h"
+#include "platform/virtual_env.h"
+#include "qlclient/sim/sim_store.h"
+#include "qlclient/sim/simulator.h"
+#include "support/temp_dir.h"
+#include "support/test_registry.h"
+#include "ui/form_call_scope.h"
+#include "ui/form_catalogue.h"
+#include "ui/headless/headless_loop.h"
+
+namespace ccaddin {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+const fs::path kCases = fs::path(CCADDIN_TEST_DATA_DIR) / "ui/transaction";
+
+std::vector<std::string> CaseNames() {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(kCases)) {
+    if (entry.path().extension() == ".json") names.push_back(entry.path().stem().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+bool LuhnValid(const std::string& digits) {
+  int sum = 0;
+  for (size_t i = 0; i < digits.size(); ++i) {
+    int d = digits[digits.size() - 1 - i] - '0';
+    if (i % 2 == 1 && (d *= 2) > 9) d -= 9;
+    sum += d;
+  }
+  return sum % 10 == 0;
+}
+
+// Files under `folder` holding a run of 13 to 19 digits that passes the Luhn check.
+std::vector<std::string> FilesWithCardNumbers(const fs::path& folder) {
+  static const std::regex run("[0-9]{13,19}");
+  std::vector<std::string> found;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    if (!entry.is_regular_file()) continue;
+    const std::string text = ReadFile(entry.path());
+    for (std::sregex_iterator it(text.begin(), text.end(), run), end; it != end; ++it) {
+      if (LuhnValid(it->str())) {
+        found.push_back(entry.path().filename().string() + ": ..." + it->str().substr(12));
+        break;
+      }
+    }
+  }
+  return found;
+}
+
+class TransactionCase : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(TransactionCase, RunsHeadless) {
+  const fs::path path = kCases / (GetParam() + ".json");
+  const std::string content = ReadFile(path);
+  const json doc = json::parse(content);
+  const json& outcome = doc.at("outcome");
+
+  VirtualEnv env;
+  ScopedEnv scoped_env(&env);
+  ScopedSharedState scoped_state;
+  sim::ResetSimulator();
+  testing::TempDir site;
+  testing::TestRegistry registry;
+  registry.Set("ConfigFileLocation", site.folder());
+  registry.Set("ConfigFileName", "qlclient.json");
+  registry.Set("ReceiptFileLocation", site.folder() + "receipts/");
+  registry.Set("BaseCurrency", "826");
+  registry.Set("BaseCurrencyExponent", "2");
+  const json settings = doc.value("settings", json::object());
+  for (const auto& [name, value] : settings.items()) registry.Set(name, value.get<std::string>());
+  site.Write("qlclient.json", doc.value("simulator", json::object()).dump());
+
+  CreditCardCommon& shared = Shared();
+  (void)shared.LoadConfiguration();
+  const json sale = doc.value("sale", json::object());
+  shared.lTransactionType = sale.value("type", 0);
+  shared.strReferenceText = sale.value("reference", "");
+  shared.oTender = std::make_unique<TTender>();
+  (void)shared.oTender->InitialiseTender(0, sale.value("amount", 1250), sale.value("gratuity", 0),
+                                         sale.value("cash", 0));
+  shared.oTillInfo.strMerchantName = "HARBOUR ROAD STORES";
+  shared.oTillInfo.strAddressLine1 = "12 Harbour Road";
+  shared.oTillInfo.strStoreNumber = "12";
+  shared.oTillInfo.strTillNumber = "3";
+  shared.oTillInfo.strReceiptNumber = "981";
+
+  TAddinLog journal;
+  journal.StartLog(shared.strConfigFileLocation, false);
+  FormCallScope call(&journal);
+  std::string error;
+  const FormCatalogue forms;
+  auto script = OperatorScript::Parse(content, path.string(), forms.Forms(), error);
+  ASSERT_TRUE(script) << error;
+  HeadlessLoop loop(ScriptRunner(
+      std::move(*script), [&](const std::string& line) { journal.LogOperatorScript(line); }));
+  ScopedFormLoop scoped_loop(&loop);
+  frmTransaction window;
+  ASSERT_TRUE(loop.ShowModal(window, error)) << error;
+  journal.EndLog(false);
+
+  EXPECT_FALSE(loop.Runner().Failed()) << loop.Runner().Failure();
+  EXPECT_TRUE(loop.Runner().Finished());
+  EXPECT_EQ(window.strErrorMessage(), outcome.value("error", ""));
+  EXPECT_EQ(json(window.StateTrail()), outcome.at("states"));
+  EXPECT_EQ(window.CurrentStage(), Form::Stage::Unloaded);
+  EXPECT_EQ(shared.bTransactionComplete, outcome.value("complete", false));
+  EXPECT_EQ(shared.bSplitTenderActive, outcome.value("split", false));
+  EXPECT_EQ(shared.oTender->GetState(0), outcome.value("ledger", TTender::kStatePending));
+
+  // What the server recorded of the last transaction, if any.
+  std::string server = "none";
+  const fs::path store = site.path() / "qlsim-server.sqlite";
+  if (fs::exists(store)) {
+    sim::SimStore records(store.string());
+    if (auto last = records.Find(-1)) server = sim::StoreStateName(last->state);
+  }
+  EXPECT_EQ(server, outcome.value("server", "none"));
+  if (shared.bTransactionComplete) {
+    EXPECT_EQ(server, "confirmed") << "complete but not confirmed at the server";
+  }
+  EXPECT_EQ(sim::CurrentTerminalStatus(), "CLOSED") << "the server session outlived the window";
+  EXPECT_EQ(FilesWithCardNumbers(site.path()), std::vector<std::string>{});
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, TransactionCase, ::testing::ValuesIn(CaseNames()));
+
+}  // namespace
+}  // namespace ccaddin
