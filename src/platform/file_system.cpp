@@ -8,9 +8,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <new>
 #include <string_view>
 #include <system_error>
 
@@ -190,40 +192,50 @@ void RunFolderCopy(const FolderCopy& copy, bool overwrite) {
 struct FileSystem::Stream {
   std::FILE* file = nullptr;
   bool reading = false;
+  // getdelim's buffer, kept for the next line.
+  char* line_buffer = nullptr;
+  size_t line_capacity = 0;
 
   Stream() = default;
   Stream(const Stream&) = delete;
   Stream& operator=(const Stream&) = delete;
   ~Stream() {
     if (file != nullptr) std::fclose(file);
+    std::free(line_buffer);
   }
 
   // The next line without its LF (or CR LF) into `line` (when not null); false at the
-  // end of the stream.
+  // end of the stream. getdelim finds the line end a buffer at a time and keeps NUL
+  // bytes, which a text file from the server may hold.
   bool ReadLine(std::string* line) {
-    if (line != nullptr) line->clear();
-    int c = getc_unlocked(file);
-    if (c == EOF) {
+    const ssize_t got = getdelim(&line_buffer, &line_capacity, '\n', file);
+    if (got < 0) {
+      if (errno == ENOMEM && !std::feof(file)) throw std::bad_alloc();
       if (std::ferror(file)) ThrowErrno();
+      if (line != nullptr) line->clear();
       return false;
     }
-    bool cr_before = false;
-    for (; c != EOF && c != '\n'; c = getc_unlocked(file)) {
-      if (line != nullptr) line->push_back(static_cast<char>(c));
-      cr_before = c == '\r';
+    auto size = static_cast<size_t>(got);
+    if (size > 0 && line_buffer[size - 1] == '\n') {
+      --size;
+      if (size > 0 && line_buffer[size - 1] == '\r') --size;
     }
-    if (c == EOF && std::ferror(file)) ThrowErrno();
-    if (c == '\n' && cr_before && line != nullptr) line->pop_back();
+    if (line != nullptr) line->assign(line_buffer, size);
     return true;
   }
 
-  // Up to `count` bytes (all the rest when negative) appended to `out`.
+  // Up to `count` bytes (all the rest when negative) appended to `out`, read straight
+  // into it. A large count is read in steps, so that asking for more than the file
+  // holds does not reserve that much memory.
   void ReadBytes(int64_t count, std::string& out) {
-    char buffer[65536];
+    constexpr int64_t kRestStep = 64 * 1024;
+    constexpr int64_t kLargestStep = 1024 * 1024;
     while (count != 0) {
-      const size_t want = count < 0 ? sizeof buffer : std::min<size_t>(sizeof buffer, count);
-      const size_t got = std::fread(buffer, 1, want, file);
-      out.append(buffer, got);
+      const auto want = static_cast<size_t>(count < 0 ? kRestStep : std::min(count, kLargestStep));
+      const size_t before = out.size();
+      out.resize(before + want);
+      const size_t got = std::fread(out.data() + before, 1, want, file);
+      out.resize(before + got);
       if (count > 0) count -= static_cast<int64_t>(got);
       if (got < want) {
         if (std::ferror(file)) ThrowErrno();

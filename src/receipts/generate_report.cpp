@@ -1,6 +1,8 @@
 #include "receipts/generate_report.h"
 
-#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <functional>
 #include <limits>
 #include <string_view>
 #include <unordered_map>
@@ -16,6 +18,8 @@ namespace {
 
 constexpr size_t kWidth = 40;
 constexpr const char* kCrLf = "\r\n";
+// Data files are read in blocks of this size.
+constexpr int32_t kReadBlock = 128 * 1024;
 
 constexpr std::string_view kGenerateReportFailed = "TGenerateReport.GenerateReport() Failed - ";
 constexpr std::string_view kPopulateFailed = "TGenerateReport.PopulateTotalStructure() Failed - ";
@@ -31,13 +35,6 @@ const std::string& Dashes() {
 std::string Mid(const std::string& text, size_t start, size_t length) {
   if (start == 0 || start > text.size()) return {};
   return text.substr(start - 1, length);
-}
-
-std::string TrimBlanks(std::string_view text) {
-  const size_t first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  const size_t last = text.find_last_not_of(' ');
-  return std::string(text.substr(first, last - first + 1));
 }
 
 // Upper case of Windows-1252 text, accented letters included, as the till's own
@@ -65,24 +62,132 @@ int32_t Checked(int64_t value) {
   return static_cast<int32_t>(value);
 }
 
-int32_t ParseAmount(const std::string& field, int64_t line_no) {
-  const std::string text = TrimBlanks(field);
-  std::string_view digits = text;
-  if (digits.starts_with("+") && !digits.starts_with("+-")) digits.remove_prefix(1);
-  int32_t value = 0;
-  const auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-  if (digits.empty() || ec != std::errc() || end != digits.data() + digits.size()) {
-    // A field of any length may stand there; the message shows enough to find it.
-    const std::string shown = field.size() > 20 ? field.substr(0, 20) + "..." : field;
-    throw Failure("Invalid amount \"" + shown + "\" on line " + std::to_string(line_no) +
-                  " of the report data file");
+// A whole number of minor units: optional spaces around it, one "+" or "-" before it
+// (not both), digits only, within 32 bits.
+int32_t ParseAmount(std::string_view field, int64_t line_no) {
+  const char* p = field.data();
+  const char* end = p + field.size();
+  while (p < end && *p == ' ') ++p;
+  while (end > p && end[-1] == ' ') --end;
+  if (p < end && *p == '+' && !(p + 1 < end && p[1] == '-')) ++p;
+  const bool negative = p < end && *p == '-';
+  if (negative) ++p;
+  // One beyond the largest magnitude, so that the loop stops before it can wrap.
+  constexpr uint64_t kLimit = uint64_t{1} << 31;
+  uint64_t magnitude = 0;
+  bool valid = p < end;
+  for (; p < end; ++p) {
+    const auto digit = static_cast<unsigned>(static_cast<unsigned char>(*p) - '0');
+    magnitude = magnitude * 10 + digit;
+    if (digit > 9 || magnitude > kLimit) {
+      valid = false;
+      break;
+    }
   }
-  return value;
+  if (valid && (negative ? magnitude <= kLimit : magnitude < kLimit)) {
+    return negative ? static_cast<int32_t>(-static_cast<int64_t>(magnitude))
+                    : static_cast<int32_t>(magnitude);
+  }
+  // A field of any length may stand there; the message shows enough to find it.
+  const std::string shown =
+      field.size() > 20 ? std::string(field.substr(0, 20)) + "..." : std::string(field);
+  throw Failure("Invalid amount \"" + shown + "\" on line " + std::to_string(line_no) +
+                " of the report data file");
 }
 
-bool IsBlank(const std::string& line) {
-  return line.find_first_not_of(" \t\r") == std::string::npos;
+bool IsBlank(std::string_view line) {
+  for (char c : line) {
+    if (c != ' ' && c != '\t' && c != '\r') return false;
+  }
+  return true;
 }
+
+// Looks a group up by the view of its name in the record, without making a string.
+// The lookup runs for every record, so the name is read a word at a time rather than
+// a byte at a time: two words that may overlap cover a name of up to sixteen bytes.
+struct NameHash {
+  using is_transparent = void;
+  static uint64_t Word(const char* p) {
+    uint64_t word = 0;
+    std::memcpy(&word, p, sizeof word);
+    return word;
+  }
+  static uint64_t HalfWord(const char* p) {
+    uint32_t half = 0;
+    std::memcpy(&half, p, sizeof half);
+    return half;
+  }
+  static uint64_t Mix(uint64_t hash, uint64_t word) {
+    hash = (hash ^ word) * 0x9E3779B97F4A7C15ull;
+    return hash ^ (hash >> 29);
+  }
+  size_t operator()(std::string_view name) const noexcept {
+    const char* p = name.data();
+    const size_t n = name.size();
+    uint64_t hash = Mix(0, n);
+    if (n >= 8) {
+      for (size_t i = 0; i + 8 < n; i += 8) hash = Mix(hash, Word(p + i));
+      hash = Mix(hash, Word(p + n - 8));
+    } else if (n >= 4) {
+      hash = Mix(hash, HalfWord(p) << 32 | HalfWord(p + n - 4));
+    } else if (n > 0) {
+      hash = Mix(hash, static_cast<unsigned char>(p[0]) << 16 |
+                           static_cast<unsigned char>(p[n / 2]) << 8 |
+                           static_cast<unsigned char>(p[n - 1]));
+    }
+    return static_cast<size_t>(hash);
+  }
+};
+
+// Adds the records of one data file up, line by line, as the file is read.
+class TotalsReader {
+ public:
+  // One line of the file without its line end, in a buffer the reader may rewrite.
+  // False when it is a record of fewer than six fields; throws on any other fault.
+  bool AddLine(char* text, size_t size) {
+    if (++line_no_ == 1 || IsBlank(std::string_view(text, size))) return true;
+    // The whole record is split before anything is added up, so that a record that
+    // cannot be split fails as such whatever its first fields hold.
+    // Fields after the sixth are read into the last slot and dropped.
+    std::string_view fields[7];
+    int count = 0;
+    CsvFieldReader reader(text, size);
+    try {
+      while (reader.Next(fields[count < 6 ? count : 6])) ++count;
+    } catch (const Failure& e) {
+      throw Failure(std::string(CSVRecord::kBreakOutFailed) + e.what());
+    }
+    if (count < 6) return false;
+
+    const std::string_view kind = fields[2];
+    const std::string_view name = fields[5];
+    auto it = index_.find(name);
+    if (it == index_.end()) {
+      it = index_.emplace(std::string(name), table_.size()).first;
+      table_.push_back(TReportTotals{std::string(name)});
+    }
+    TReportTotals& group = table_[it->second];
+    if (kind == "A" || kind == "B") {
+      group.lSaleTotal = Checked(int64_t{group.lSaleTotal} + ParseAmount(fields[3], line_no_));
+    }
+    if (kind == "B") {
+      group.lCashbackTotal =
+          Checked(int64_t{group.lCashbackTotal} + ParseAmount(fields[4], line_no_));
+    }
+    if (kind == "F") {
+      group.lRefundTotal = Checked(int64_t{group.lRefundTotal} + ParseAmount(fields[3], line_no_));
+    }
+    group.lCount = Checked(int64_t{group.lCount} + 1);
+    return true;
+  }
+
+  [[nodiscard]] std::vector<TReportTotals>& table() { return table_; }
+
+ private:
+  std::vector<TReportTotals> table_;
+  std::unordered_map<std::string, size_t, NameHash, std::equal_to<>> index_;
+  int64_t line_no_ = 0;
+};
 
 // Lines of one report sequence (the card report or the fuel card summary).
 class ReportText {
@@ -177,39 +282,46 @@ int32_t TGenerateReport::PopulateTotalStructure(const std::string& strDataFilePa
     return kFailure;
   }
   const int32_t result = Trap(error_message_, kPopulateFailed, kFailure, [&] {
-    std::vector<TReportTotals> table;
-    std::unordered_map<std::string, size_t> index;  // group name -> entry of the table
-    std::string line;
-    std::vector<std::string> fields;
-    CSVRecord csv;
-    int64_t line_no = 0;
+    TotalsReader reader;
+    const auto too_few_fields = [&] {
+      // The system's own text, set without the operation's prefix.
+      error_message_ = "Invalid number of fields in report record";
+      return kFailure;
+    };
+    // Lines end at LF, and a CR just before it goes with it (files written on
+    // Windows), as FileSystem reads lines. The file is read in large blocks and its
+    // lines are added up where they lie; only a line that runs across the end of a
+    // block is put together in `partial`, so memory stays the same whatever the size
+    // of the file.
+    const auto add_line = [&](char* text, char* lf) {
+      if (lf > text && lf[-1] == '\r') --lf;
+      return reader.AddLine(text, static_cast<size_t>(lf - text));
+    };
+    std::string block;
+    std::string partial;
     while (!fs.Eof(handle)) {
-      if (fs.ReadData(handle, line, true, 0) != 0) throw Failure(fs.strErrorMessage());
-      if (++line_no == 1 || IsBlank(line)) continue;
-      int16_t field_count = 0;
-      if (csv.BreakOutFields(fields, field_count, line) != 0) throw Failure(csv.strErrorMessage());
-      if (field_count < 6) {
-        // The system's own text, set without the operation's prefix.
-        error_message_ = "Invalid number of fields in report record";
-        return kFailure;
+      if (fs.ReadData(handle, block, false, kReadBlock) != 0) throw Failure(fs.strErrorMessage());
+      char* next = block.data();
+      char* const end = next + block.size();
+      for (;;) {
+        auto* lf = static_cast<char*>(std::memchr(next, '\n', static_cast<size_t>(end - next)));
+        if (lf == nullptr) break;
+        if (!partial.empty()) {
+          partial.append(next, static_cast<size_t>(lf - next));
+          if (!add_line(partial.data(), partial.data() + partial.size())) return too_few_fields();
+          partial.clear();
+        } else if (!add_line(next, lf)) {
+          return too_few_fields();
+        }
+        next = lf + 1;
       }
-      const std::string& kind = fields[2];
-      auto [it, added] = index.try_emplace(fields[5], table.size());
-      if (added) table.push_back(TReportTotals{fields[5]});
-      TReportTotals& group = table[it->second];
-      if (kind == "A" || kind == "B") {
-        group.lSaleTotal = Checked(int64_t{group.lSaleTotal} + ParseAmount(fields[3], line_no));
-      }
-      if (kind == "B") {
-        group.lCashbackTotal =
-            Checked(int64_t{group.lCashbackTotal} + ParseAmount(fields[4], line_no));
-      }
-      if (kind == "F") {
-        group.lRefundTotal = Checked(int64_t{group.lRefundTotal} + ParseAmount(fields[3], line_no));
-      }
-      group.lCount = Checked(int64_t{group.lCount} + 1);
+      partial.append(next, static_cast<size_t>(end - next));
     }
-    totals = std::move(table);
+    // The last line may end without a line end; a CR there is then part of it.
+    if (!partial.empty() && !reader.AddLine(partial.data(), partial.size())) {
+      return too_few_fields();
+    }
+    totals = std::move(reader.table());
     return kSuccess;
   });
   fs.CloseFile(handle);

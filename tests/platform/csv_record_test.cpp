@@ -79,6 +79,12 @@ TEST(CSVRecord, BreakOutFieldsScenarios) {
       {R"("never closed, b)", {R"("never closed, b)"}},
       {R"("never closed,)", {R"("never closed,)", ""}},
       {R"(a,"b""")", {"a", "b\""}},
+      // Records of sixteen bytes and more, with the "," at each end of such a block.
+      {"0123456789abcdef,x", {"0123456789abcdef", "x"}},
+      {"0123456789abcdefghi,jk  ,  lmnopqrstuvw ,",
+       {"0123456789abcdefghi", "jk", "lmnopqrstuvw", ""}},
+      {",123456789abcdef", {"", "123456789abcdef"}},
+      {"0123456789abcdefghijklmnopqrstu", {"0123456789abcdefghijklmnopqrstu"}},
   };
   for (const auto& [record, expected] : cases) {
     CSVRecord csv;

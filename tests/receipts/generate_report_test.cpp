@@ -170,6 +170,7 @@ TEST_F(GenerateReportTest, BlankLinesAndQuotedFieldsAreRead) {
 }
 
 TEST_F(GenerateReportTest, BadDataFailsWithTheTextAndWritesNothing) {
+  const std::string kTooManyFields = "1,20260115,A,abc,0,Visa" + std::string(32762, ',') + "\r\n";
   const struct {
     const char* records;
     const char* message;
@@ -200,6 +201,9 @@ TEST_F(GenerateReportTest, BadDataFailsWithTheTextAndWritesNothing) {
       // Each group fits, the grand total does not.
       {"1,20260115,A,2000000000,0,Visa\r\n2,20260115,A,2000000000,0,Amex\r\n",
        "TGenerateReport.GenerateReport() Failed - Overflow"},
+      // More fields than a 16-bit count holds, even with a bad amount before them.
+      {kTooManyFields.c_str(),
+       "TGenerateReport.PopulateTotalStructure() Failed - CSVRecord::BreakOutPacket() - Overflow"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.records);
@@ -235,32 +239,67 @@ TEST_F(GenerateReportTest, NamesWithoutTheServerPatternStillGiveAReport) {
   EXPECT_EQ(report_.strReportFileName(), dir_.file("RPT_t"));
 }
 
-TEST_F(GenerateReportTest, LargeFileAddsUpEveryRecord) {
+TEST_F(GenerateReportTest, LineEndsAndStrayBytesReadAsLinesAlwaysHave) {
+  using std::string_literals::operator""s;
+  // Only the CR right before an LF belongs to the line end; NUL bytes are data; the
+  // last line needs no line end, and a CR there is data too.
+  const struct {
+    std::string data;
+    std::vector<std::pair<std::string, int32_t>> groups;  // name, count
+  } cases[] = {
+      {"", {}},
+      {"heading without line end", {}},
+      {"H\n1,2,A,100,0,Vi\0sa\r\n\r\n\n2,2,A,5,0,Visa\r\r\n3,2,A,7,0,Visa\r"s,
+       {{"Vi\0sa"s, 1}, {"Visa\r", 2}}},
+      {"H\r\n1,2,A,100,0,Visa", {{"Visa", 1}}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(::testing::PrintToString(c.data));
+    dir_.Write(kDataFile, c.data);
+    std::vector<TReportTotals> totals;
+    ASSERT_EQ(report_.PopulateTotalStructure(dir_.file(kDataFile), totals), 0)
+        << report_.strErrorMessage();
+    std::vector<std::pair<std::string, int32_t>> groups;
+    for (const auto& t : totals) groups.emplace_back(t.strGroupName, t.lCount);
+    EXPECT_EQ(groups, c.groups);
+  }
+}
+
+TEST_F(GenerateReportTest, LargeFileAddsUpEveryRecordWhereverItsLinesFall) {
+  // The file is read in blocks: shifting every line by one more byte puts each point of
+  // a line, the middle of a CR LF included, at the end of a block in one of the runs.
+  // One record is longer than any block.
   std::string records;
   const char* groups[] = {"Visa", "Mastercard", "Maestro", "Amex"};
-  for (int i = 0; i < 100000; ++i) {
+  for (int i = 0; i < 20000; ++i) {
     records += std::to_string(i) + ",20260115," +
                (i % 10 == 0  ? "F"
                 : i % 3 == 0 ? "B"
                              : "A") +
                ",1000,150," + groups[i % 4] + "\r\n";
+    if (i == 7000) records += "x,20260115,A,1000,150," + std::string(300000, 'G') + "\r\n";
   }
-  Data(kDataFile, records);
-  std::vector<TReportTotals> totals;
-  ASSERT_EQ(report_.PopulateTotalStructure(dir_.file(kDataFile), totals), 0);
-  ASSERT_EQ(totals.size(), 4u);
-  int64_t count = 0, sale = 0, cashback = 0, refund = 0;
-  for (const auto& t : totals) {
-    count += t.lCount;
-    sale += t.lSaleTotal;
-    cashback += t.lCashbackTotal;
-    refund += t.lRefundTotal;
+  for (size_t shift = 0; shift < 40; ++shift) {
+    SCOPED_TRACE(shift);
+    dir_.Write(kDataFile, std::string(shift, 'H') + "\r\n" + records);
+    std::vector<TReportTotals> totals;
+    ASSERT_EQ(report_.PopulateTotalStructure(dir_.file(kDataFile), totals), 0)
+        << report_.strErrorMessage();
+    ASSERT_EQ(totals.size(), 5u);
+    EXPECT_EQ(totals[4].strGroupName, std::string(300000, 'G'));
+    int64_t count = 0, sale = 0, cashback = 0, refund = 0;
+    for (const auto& t : totals) {
+      count += t.lCount;
+      sale += t.lSaleTotal;
+      cashback += t.lCashbackTotal;
+      refund += t.lRefundTotal;
+    }
+    // 2000 refunds; of the other 18000, those divisible by 3 (6000) took cashback.
+    EXPECT_EQ(count, 20001);
+    EXPECT_EQ(refund, 2000 * 1000);
+    EXPECT_EQ(sale, 18001 * 1000);
+    EXPECT_EQ(cashback, 6000 * 150);
   }
-  // 10000 refunds; of the other 90000, those divisible by 3 (30000) took cashback.
-  EXPECT_EQ(count, 100000);
-  EXPECT_EQ(refund, 10000 * 1000);
-  EXPECT_EQ(sale, 90000 * 1000);
-  EXPECT_EQ(cashback, 30000 * 150);
 }
 
 class GenerateReportPrintTest : public GenerateReportTest {
