@@ -150,7 +150,8 @@ TEST_P(TransactionCase, RunsHeadless) {
   EXPECT_EQ(FilesWithCardNumbers(site.path()), std::vector<std::string>{});
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, TransactionCase, ::testing::ValuesIn(CaseNames()));
+INSTANTIATE_TEST_SUITE_P(Cases, TransactionCase, ::testing::ValuesIn(CaseNames()),
+                         [](const auto& info) { return info.param; });
 
 }  // namespace
 }  // namespace ccaddin

@@ -4,6 +4,7 @@
 // question whether the customer is present.
 #include "payment/credit_card_common.h"
 #include "platform/text_box_format.h"
+#include "qlclient/ql_codes.h"
 #include "qlclient/ql_factory.h"
 #include "ui/transaction/frm_transaction.h"
 
@@ -17,13 +18,6 @@ constexpr int32_t kStatusPollMs = 350;
 constexpr int32_t kShortestCardNumber = 7;  // "Process" needs at least this many digits
 constexpr const char* kReaderNotAvailable = "CARD READER IS NOT AVAILABLE";
 constexpr const char* kCardMustBeSwiped = "CARD MUST BE SWIPED";
-
-// The card's entry as the card enquiry is told it (lEntryMethod).
-constexpr int32_t kEntryChip = 0;
-constexpr int32_t kEntryTillTrack = 1;
-constexpr int32_t kEntrySwiped = 2;
-constexpr int32_t kEntryKeyed = 3;
-constexpr int32_t kEntryTapped = 4;
 
 }  // namespace
 
@@ -93,31 +87,32 @@ void frmTransaction::ShowCardFrame() {
 
 std::string frmTransaction::ReaderStateText(int32_t lReaderState) {
   switch (lReaderState) {
-    case 0:
+    case QL_READER_UNAVAILABLE:
       return "CARD READER IS UNAVAILABLE";
-    case 1:
+    case QL_READER_WAITING:
       return strInsertSwipePrompt;
-    case 2:
+    case QL_READER_INSERTED:
       return "CARD HAS BEEN INSERTED";
-    case 3:
+    case QL_READER_OPENED:
       return "CARD HAS BEEN SUCCESSFULLY OPENED";
-    case 7:
+    case QL_READER_PROCESSING:
       return "PROCESSING...";
-    case 8:
+    case QL_READER_REMOVE_CARD:
       return "PLEASE REMOVE CARD";
-    case 9:
-    case 12:
+    case QL_READER_SWIPED:
+    case QL_READER_SWIPED_ON_DEVICE:
       return "CARD HAS BEEN SWIPED ON DEVICE";
-    case 10:
+    case QL_READER_SWIPE_ON_TILL:
       return "CARD MUST BE SWIPED ON TILL";
-    case 11:
+    case QL_READER_NOT_ACCEPTED:
       return "CARD IS NOT ACCEPTED";
-    case 13:
+    case QL_READER_TAPPED:
       return "CARD HAS BEEN TAPPED";
-    case 14:
-    case 15:
+    case QL_READER_INSERT_ONLY:
+    case QL_READER_INSERT_OR_SWIPE:
       // The terminal tells which cards it takes now.
-      strInsertSwipePrompt = lReaderState == 14 ? "PLEASE INSERT CARD" : "INSERT OR SWIPE CARD";
+      strInsertSwipePrompt =
+          lReaderState == QL_READER_INSERT_ONLY ? "PLEASE INSERT CARD" : "INSERT OR SWIPE CARD";
       capInsertSwipeMsg.SetCaption(strInsertSwipePrompt);
       return strInsertSwipePrompt;
     default:
@@ -178,27 +173,27 @@ void frmTransaction::tmrInsertSwipe_Timer() {
     } else {
       txtStatus.SetText(ReaderStateText(status->lReaderState));
       switch (status->lReaderState) {
-        case 11:
+        case QL_READER_NOT_ACCEPTED:
           // Kept for the error frame that the enquiry of this card will end in.
           strStatusText = "CARD NOT ACCPETED - PLEASE USE ANOTHER TENDER";
           break;
-        case 2:
-        case 3:
+        case QL_READER_INSERTED:
+        case QL_READER_OPENED:
           lEntryMethod = kEntryChip;
           SetState(kProcessingCard);
           break;
-        case 13:
+        case QL_READER_TAPPED:
           lEntryMethod = kEntryTapped;
           SetState(kProcessingCard);
           break;
-        case 12:
+        case QL_READER_SWIPED_ON_DEVICE:
           lEntryMethod = kEntrySwiped;
           SetState(kProcessingCard);
           break;
-        case 0:
+        case QL_READER_UNAVAILABLE:
           ReaderUnavailable();
           break;
-        case 10:
+        case QL_READER_SWIPE_ON_TILL:
           strStatusText = kCardMustBeSwiped;
           if (shared.bExternalSwipe) {
             lEntryMethod = kEntrySwiped;

@@ -6,6 +6,7 @@
 // evaluation and product checks, and the sale without a card enquiry are not built yet;
 // each of those paths fails loudly below ("... is not built yet").
 #include "payment/credit_card_common.h"
+#include "qlclient/ql_codes.h"
 #include "qlclient/ql_factory.h"
 #include "ui/transaction/frm_transaction.h"
 
@@ -31,29 +32,29 @@ void frmTransaction::RunCardEnquiry(int32_t& lNextState) {
   bServerError = false;
   if (!shared.bCardEnquiry) NotBuiltYet("the sale without a card enquiry");
 
-  if (lEntryMethod == 4 && !shared.bCardReaderStatus) {
+  if (lEntryMethod == kEntryTapped && !shared.bCardReaderStatus) {
     // A tap needs the transaction open on the terminal, which the reader's status
     // polling would otherwise have done.
     int32_t started = kError;
     StartCardSession(false, started);
   }
-  int32_t data_mode = 2;
+  int32_t data_mode = QL_ENTRY_CHIP;
   std::string pan;
   std::string track;
   switch (lEntryMethod) {
-    case 1:
-      data_mode = 1;
+    case kEntryTillTrack:
+      data_mode = QL_ENTRY_SWIPED;
       track = std::exchange(strSwipeBuffer, std::string());
       break;
-    case 2:
-      data_mode = 1;
+    case kEntrySwiped:
+      data_mode = QL_ENTRY_SWIPED;
       break;
-    case 3:
-      data_mode = 0;
+    case kEntryKeyed:
+      data_mode = QL_ENTRY_KEYED;
       if (!shared.bE2EEEnabled) pan = txtKeySwipe.Text();
       break;
-    case 4:
-      data_mode = 3;
+    case kEntryTapped:
+      data_mode = QL_ENTRY_TAPPED;
       break;
     default:
       break;
@@ -63,35 +64,35 @@ void frmTransaction::RunCardEnquiry(int32_t& lNextState) {
                               bCustomerPresent ? TAM_TM_CUSTOMERPRESENT : TAM_TM_CUSTOMERNOTPRESENT,
                               pan, track, data_mode, result);
   switch (result) {
-    case 0: {
+    case QL_REQ_DONE: {
       oTrans = NewTransaction();
       switch (oEnq->lCardDataType) {
-        case 1:
-          oTrans->lEntryMethodCode = 1;
+        case QL_ENTRY_SWIPED:
+          oTrans->lEntryMethodCode = QL_ENTRY_SWIPED;
           oTrans->strTrack = oEnq->strTrack;
           break;
-        case 2:
-        case 3:
+        case QL_ENTRY_CHIP:
+        case QL_ENTRY_TAPPED:
           oTrans->lEntryMethodCode = oEnq->lCardDataType;
           break;
         default:
-          oTrans->lEntryMethodCode = 0;
+          oTrans->lEntryMethodCode = QL_ENTRY_KEYED;
           oTrans->strPan = oEnq->strPan;
           oTrans->strExpiryDate = oEnq->strExpiryDate;
           break;
       }
       oTrans->lCardType = oEnq->lCardType;
       if (shared.bFuelBalanceMode) NotBuiltYet("the fuel balance enquiry");
-      if (oEnq->lCardType == 1) NotBuiltYet("the fuel card's details");
+      if (oEnq->lCardType == QL_CARD_FUEL) NotBuiltYet("the fuel card's details");
 
       const int32_t cash = Ledger().GetCashAmount(shared.lTenderIndex);
       const bool cashback_possible = oEnq->IsCashbackAllowed(1) && bCustomerPresent &&
                                      shared.lTransactionType == TAM_TT_SALE &&
                                      shared.lTillType != 2 && shared.bCashback;
-      if (cash == 0 && cashback_possible && oTrans->lEntryMethodCode != 3) {
+      if (cash == 0 && cashback_possible && oTrans->lEntryMethodCode != QL_ENTRY_TAPPED) {
         NotBuiltYet("the cashback offer");
       } else if (cash >= 1 && cashback_possible) {
-        oTrans->lTransactionTypeCode = 2;
+        oTrans->lTransactionTypeCode = QL_TT_SALE_CASHBACK;
         oTrans->strCashbackAmount = std::to_string(cash);
       } else if (cash > 0) {
         bServerError = true;
@@ -122,7 +123,7 @@ void frmTransaction::RunCardEnquiry(int32_t& lNextState) {
       lNextState = kDetails;
       break;
     }
-    case 1:
+    case QL_REQ_FAILED:
       strStatusText = oRequest.strErrorMessage();
       if (!shared.bMailOrderOnly) {
         lReturnState = shared.bExternalSwipe ? kExternalSwipe : kCardWait;
@@ -134,18 +135,18 @@ void frmTransaction::RunCardEnquiry(int32_t& lNextState) {
         strStatusText = "CARD READER IS NOT AVAILABLE";
       }
       break;
-    case 2:
+    case QL_REQ_CONNECTION_LOST:
       bServerError = true;
       strStatusText = kConnectionClosed;
       break;
-    case 4:
+    case QL_REQ_UNEXPECTED:
       bServerError = true;
       strStatusText = oRequest.strErrorMessage();
       break;
-    case 6:
+    case QL_REQ_FALLBACK:
       lNextState = kSwipeOnTill;
       break;
-    case 7:
+    case QL_REQ_PASSED_ON:
       lNextState = kExternalSwipe;
       break;
     default:

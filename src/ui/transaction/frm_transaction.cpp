@@ -4,6 +4,7 @@
 
 #include "payment/credit_card_common.h"
 #include "payment/tamberin_string.h"
+#include "qlclient/ql_codes.h"
 #include "ui/t_windws_form.h"
 
 namespace ccaddin {
@@ -17,7 +18,7 @@ void frmTransaction::Form_Load() {
   shared.bMileagePrompted = shared.bRegPrompted = shared.bSuppIdPrompted = false;
   lState = lReturnState = 0;
   strStatusText.clear();
-  lEntryMethod = 0;
+  lEntryMethod = kEntryChip;
   bServerError = bOperatorCancelled = bCancelPending = bSplitTenderRequested = false;
   bKeyEntryPressed = bChipPressed = bSwipePressed = bTapPressed = false;
   bCustomerPresent = true;
@@ -72,9 +73,10 @@ void frmTransaction::Form_Unload(int16_t& Cancel) {
     shared.CloneTransaction(trans);
     // Only an authorisation the operator kept counts; the declined, the cancelled and
     // the unanswered do not.
-    shared.bTransactionComplete =
-        trans.lStatus != 0 && !trans.bCancelled && !bOperatorCancelled && trans.lStatus != 3;
-    if (shared.bTransactionComplete && trans.lTransactionTypeCode == 2 && shared.oTender) {
+    shared.bTransactionComplete = trans.lStatus != QL_STATUS_NONE && !trans.bCancelled &&
+                                  !bOperatorCancelled && trans.lStatus != QL_STATUS_DECLINED;
+    if (shared.bTransactionComplete && trans.lTransactionTypeCode == QL_TT_SALE_CASHBACK &&
+        shared.oTender) {
       (void)shared.oTender->UpdateCashAmount(shared.lTenderIndex,
                                              TamberinString::StrToLong(trans.strCashbackAmount));
     }

@@ -60,6 +60,15 @@ class frmTransaction final : public Form {
     kRestart = 24,  // the server asked for the transaction to start again
   };
 
+  // How the window took the card (lEntryMethod), as it tells the card enquiry.
+  enum EntryMethod : int32_t {
+    kEntryChip = 0,       // read by the terminal
+    kEntryTillTrack = 1,  // track data captured on the till
+    kEntrySwiped = 2,     // swiped on the terminal
+    kEntryKeyed = 3,
+    kEntryTapped = 4,
+  };
+
   frmTransaction();
   ~frmTransaction() override;
 
@@ -306,7 +315,7 @@ class frmTransaction final : public Form {
   int32_t lReturnState = 0;
   std::string strStatusText;
   std::string strInsertSwipePrompt;
-  int32_t lEntryMethod = 0;  // 0 chip, 1 till track, 2 swiped, 3 keyed, 4 tapped
+  int32_t lEntryMethod = kEntryChip;
   bool bServerError = false;
   bool bOperatorCancelled = false;
   bool bCancelPending = false;

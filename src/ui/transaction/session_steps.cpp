@@ -3,6 +3,7 @@
 // (after a card enquiry, or straight from an integrated terminal), the status line while
 // a request runs, and the end of the session.
 #include "payment/credit_card_common.h"
+#include "qlclient/ql_codes.h"
 #include "qlclient/ql_factory.h"
 #include "ui/transaction/frm_transaction.h"
 
@@ -109,16 +110,16 @@ void frmTransaction::ConnectAndLogin(int32_t& lNextState) {
   int32_t result = 0;
   oRequest.Connect(*oSession, *oParms, shared.strConfigFileLocation, shared.strConfigFileName,
                    result);
-  if (result == 2) {
+  if (result == QL_REQ_CONNECTION_LOST) {
     strStatusText = oRequest.strErrorMessage();
     bServerError = true;
-  } else if (result == 0) {
+  } else if (result == QL_REQ_DONE) {
     oRequest.ProcessLogin(*oLogin, shared.strQuaylinkMerchantId, shared.strQuaylinkClientId,
                           shared.strQuaylinkPassword, result);
-    if (result == 5) {
+    if (result == QL_REQ_LOGIN_REFUSED) {
       strStatusText = "LOGIN TO SERVER FAILED";
       bServerError = true;
-    } else if (result == 4 || result == 2) {
+    } else if (result == QL_REQ_UNEXPECTED || result == QL_REQ_CONNECTION_LOST) {
       strStatusText = kConnectionClosed;
       bServerError = true;
     } else if (shared.bVoidMode) {
@@ -146,7 +147,7 @@ void frmTransaction::ConnectAndLogin(int32_t& lNextState) {
       if (shared.bE2EEEnabled) {
         // The card number is keyed on the terminal's own keypad.
         SetState(kProcessingCard);
-        lEntryMethod = 3;
+        lEntryMethod = kEntryKeyed;
         ShowState();
         RunCardEnquiry(lNextState);
       } else {
@@ -162,13 +163,13 @@ void frmTransaction::ConnectAndLogin(int32_t& lNextState) {
 int32_t frmTransaction::TransactionTypeCode() const {
   switch (Shared().lTransactionType) {
     case TAM_TT_REFUND:
-      return 6;
+      return QL_TT_REFUND;
     case TAM_TT_PREAUTH:
-      return 4;
+      return QL_TT_PREAUTH;
     case TAM_TT_FINALAUTH:
-      return 5;
+      return QL_TT_FINALAUTH;
     default:
-      return Ledger().GetCashAmount(Shared().lTenderIndex) > 0 ? 2 : 1;
+      return Ledger().GetCashAmount(Shared().lTenderIndex) > 0 ? QL_TT_SALE_CASHBACK : QL_TT_SALE;
   }
 }
 
@@ -203,7 +204,7 @@ void frmTransaction::StartCardSession(bool bRestart, int32_t& lNextState) {
       shared.strPedLanguageCode, shared.strChipDeviceName, !bRestart && shared.bE2EEEnabled,
       shared.bExternalSwipe, true, !bRestart, result);
   switch (result) {
-    case 0:
+    case QL_REQ_DONE:
       if (start->bContactlessCapable) {
         strInsertSwipePrompt =
             shared.bExternalSwipe ? "INSERT OR TAP CARD" : "INSERT, TAP OR SWIPE CARD";
@@ -213,7 +214,7 @@ void frmTransaction::StartCardSession(bool bRestart, int32_t& lNextState) {
       }
       lNextState = lState;
       break;
-    case 1:
+    case QL_REQ_FAILED:  // the card reader cannot be used
       if (shared.bE2EEEnabled) {
         bServerError = true;
         strStatusText = kReaderNotAvailable;
@@ -221,11 +222,11 @@ void frmTransaction::StartCardSession(bool bRestart, int32_t& lNextState) {
         lNextState = shared.bExternalSwipe ? kKeyedNumber : kSwipeOnTill;
       }
       break;
-    case 2:
+    case QL_REQ_CONNECTION_LOST:
       bServerError = true;
       strStatusText = kConnectionClosed;
       break;
-    case 4:
+    case QL_REQ_UNEXPECTED:
       bServerError = true;
       strStatusText = oRequest.strErrorMessage();
       break;
@@ -246,7 +247,7 @@ std::unique_ptr<QlTransaction> frmTransaction::NewTransaction() const {
   if (const int32_t gratuity = ledger.GetGratuityAmount(index); gratuity > 0)
     trans->strGratuityAmount = std::to_string(gratuity);
   trans->lTransactionTypeCode = TransactionTypeCode();
-  if (trans->lTransactionTypeCode == 2)
+  if (trans->lTransactionTypeCode == QL_TT_SALE_CASHBACK)
     trans->strCashbackAmount = std::to_string(ledger.GetCashAmount(index));
   trans->lCustomerPresence = bCustomerPresent ? kCustomerPresent : kCustomerNotPresent;
   trans->strReferenceText = shared.strReferenceText;
@@ -267,14 +268,14 @@ int32_t frmTransaction::RecordAuthorisation() {
   TTender& ledger = Ledger();
   (void)ledger.UpdateTransRefNo(shared.lTenderIndex, oTrans->lTransRefNo);
   (void)ledger.UpdateAuthCode(shared.lTenderIndex, oTrans->strAuthCode);
-  if (oTrans->lStatus == 2) return kReferral;
+  if (oTrans->lStatus == QL_STATUS_REFERRED) return kReferral;
   PrintTransactionReceipt(true, false);
-  if (oTrans->lStatus == 3) {
+  if (oTrans->lStatus == QL_STATUS_DECLINED) {
     PrintTransactionReceipt(false, false);
     auto confirm = CurrentQlFactory().CreateConfirm();
     int32_t result = 0;
     oRequest.ProcessConfirm(*confirm, *oTrans, shared.strQuaylinkClientId, oTrans->lTransRefNo, "",
-                            1, result);
+                            QL_CONFIRM_DECLINED, result);
   }
   return kResult;
 }
@@ -284,7 +285,7 @@ void frmTransaction::RunAuthorisation(int32_t& lNextState) {
   lNextState = kError;
   cmdCancel.SetEnabled(false);
 
-  const bool fuel_card = oEnq->lCardType == 1;
+  const bool fuel_card = oEnq->lCardType == QL_CARD_FUEL;
   if (fuel_card) {
     int32_t checked = 0;
     CheckFuelProducts(Ledger().GetSaleAmount(shared.lTenderIndex),
@@ -295,8 +296,9 @@ void frmTransaction::RunAuthorisation(int32_t& lNextState) {
       return;
     }
   }
-  if (shared.lDccType == 1 && !fuel_card && oTrans->lEntryMethodCode != 3 &&
-      oTrans->lTransactionTypeCode != 2 && oTrans->lTransactionTypeCode != 5) {
+  if (shared.lDccType == 1 && !fuel_card && oTrans->lEntryMethodCode != QL_ENTRY_TAPPED &&
+      oTrans->lTransactionTypeCode != QL_TT_SALE_CASHBACK &&
+      oTrans->lTransactionTypeCode != QL_TT_FINALAUTH) {
     RunCurrencyConversionOffer();
   }
 
@@ -308,34 +310,34 @@ void frmTransaction::RunAuthorisation(int32_t& lNextState) {
   int32_t result = 0;
   oRequest.ProcessTransaction(*oProcessor, *oTrans, result);
   switch (result) {
-    case 0:
+    case QL_REQ_DONE:
       lNextState = RecordAuthorisation();
       break;
-    case 1:
+    case QL_REQ_FAILED:
       // A refusal after the details frame can be corrected there; straight after the
       // card enquiry there is nothing for the operator to correct.
       strStatusText = oRequest.strErrorMessage();
       bServerError = before == kProcessingCard;
       if (!bServerError) lReturnState = kDetails;
       break;
-    case 2:
+    case QL_REQ_CONNECTION_LOST:
       bServerError = true;
       strStatusText = kConnectionClosed;
       break;
-    case 4:
+    case QL_REQ_UNEXPECTED:
       bServerError = true;
       strStatusText = oRequest.strErrorMessage();
       break;
-    case 6:
+    case QL_REQ_FALLBACK:
       lNextState = kSwipeOnTill;
       break;
-    case 7:
+    case QL_REQ_PASSED_ON:
       lNextState = kExternalSwipe;
       break;
-    case 8:
+    case QL_REQ_PIN_BYPASS:
       lNextState = kPinBypass;
       break;
-    case 9:
+    case QL_REQ_ENQUIRY_NEEDED:
       lNextState = kRestart;
       break;
     default:
@@ -355,14 +357,14 @@ void frmTransaction::RunDirectAuthorisation(int32_t& lNextState) {
   int32_t result = 0;
   oRequest.ProcessTransaction(*oProcessor, *oTrans, result);
   switch (result) {
-    case 0:
+    case QL_REQ_DONE:
       if (shared.lOperatingMode != 1) {
         lNextState = RecordAuthorisation();
         break;
       }
       // The terminal settles the transaction with the server itself: the ledger only
       // records how it ended.
-      if (oTrans->lStatus == 1 && !oTrans->bCancelled) {
+      if (oTrans->lStatus == QL_STATUS_AUTHORISED && !oTrans->bCancelled) {
         TTender& ledger = Ledger();
         (void)ledger.UpdateState(shared.lTenderIndex, TTender::kStateAuthorised);
         (void)ledger.UpdateTransRefNo(shared.lTenderIndex, oTrans->lTransRefNo);
@@ -373,12 +375,12 @@ void frmTransaction::RunDirectAuthorisation(int32_t& lNextState) {
       }
       lNextState = kFinished;
       break;
-    case 1:
-    case 4:
+    case QL_REQ_FAILED:
+    case QL_REQ_UNEXPECTED:
       bServerError = true;
       strStatusText = oRequest.strErrorMessage();
       break;
-    case 2:
+    case QL_REQ_CONNECTION_LOST:
       bServerError = true;
       strStatusText = kConnectionClosed;
       break;

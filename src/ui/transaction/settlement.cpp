@@ -3,6 +3,7 @@
 // acceptance of a PIN-verified or unverified contactless card where the settings allow.
 // No authorisation reaches the till as complete unless the server was asked to confirm it.
 #include "payment/credit_card_common.h"
+#include "qlclient/ql_codes.h"
 #include "qlclient/ql_factory.h"
 #include "ui/transaction/frm_transaction.h"
 
@@ -15,7 +16,7 @@ constexpr int32_t kConfirmed = frmTransaction::kPrintingReceipt;
 constexpr int32_t kNotConfirmed = frmTransaction::kError;
 
 bool Authorised(const QlTransaction& t) {
-  return t.lStatus == 1;
+  return t.lStatus == QL_STATUS_AUTHORISED;
 }
 
 }  // namespace
@@ -31,8 +32,8 @@ void frmTransaction::FinishAuthorisation(int32_t lNextState) {
   SetState(lNextState);
   const bool auto_accept =
       lNextState == kResult && oTrans && Authorised(*oTrans) &&
-      (((oTrans->lCvmCode == 1 || oTrans->lCvmCode == 2) && shared.bAutoAcceptOnPinVerification) ||
-       (oTrans->lEntryMethodCode == 3 && oTrans->lCvmCode == 0 &&
+      ((IsPinCvm(oTrans->lCvmCode) && shared.bAutoAcceptOnPinVerification) ||
+       (oTrans->lEntryMethodCode == QL_ENTRY_TAPPED && oTrans->lCvmCode == QL_CVM_NONE &&
         shared.bAutoAcceptTappedNoVerification));
   if (!auto_accept) {
     ShowState();
@@ -122,18 +123,18 @@ void frmTransaction::SendConfirmation(int32_t& lResult) {
   cmdCancel.SetEnabled(false);
 
   int32_t ledger_state = TTender::kStateDeclined;
-  int32_t confirm_type = 1;  // declined
+  int32_t confirm_type = QL_CONFIRM_DECLINED;
   if (oTrans->bCancelled) {
     ledger_state = TTender::kStateCancelled;
-    confirm_type = 2;
+    confirm_type = QL_CONFIRM_CANCELLED;
   } else if (Authorised(*oTrans)) {
     ledger_state = TTender::kStateAuthorised;
-    confirm_type = 0;
+    confirm_type = QL_CONFIRM_AUTHORISED;
   }
   (void)Ledger().UpdateState(shared.lTenderIndex, ledger_state);
-  const std::string auth_code = confirm_type == 0 ? oTrans->strAuthCode : "";
+  const std::string auth_code = confirm_type == QL_CONFIRM_AUTHORISED ? oTrans->strAuthCode : "";
 
-  if (shared.bSplitTenderActive && confirm_type == 0) {
+  if (shared.bSplitTenderActive && confirm_type == QL_CONFIRM_AUTHORISED) {
     // The split tender confirms every part together once they add up to the total.
     lResult = kConfirmed;
   } else {
@@ -141,7 +142,7 @@ void frmTransaction::SendConfirmation(int32_t& lResult) {
     int32_t result = 0;
     oRequest.ProcessConfirm(*confirm, *oTrans, shared.strQuaylinkClientId, oTrans->lTransRefNo,
                             auth_code, confirm_type, result);
-    if (result == 4) {
+    if (result == QL_REQ_UNEXPECTED) {
       strStatusText = oRequest.strErrorMessage();
       bServerError = true;
     } else {
@@ -170,11 +171,11 @@ void frmTransaction::ShowResult() {
       button->SetEnabled(true);
     }
     std::string signature;
-    if (bCustomerPresent && (t.lCvmCode == 3 || t.lCvmCode == 4)) {
-      const bool refund =
-          t.lTransactionTypeCode == 6 || t.lTransactionTypeCode == 8 || t.lTransactionTypeCode == 9;
-      signature = shared.bRefundSigOnMerchCopy || !refund ? "CHECK CUSTOMER'S SIGNATURE"
-                                                          : "SIGN CUSTOMER'S RECEIPT";
+    if (bCustomerPresent &&
+        (t.lCvmCode == QL_CVM_SIGNATURE || t.lCvmCode == QL_CVM_PIN_AND_SIGNATURE)) {
+      signature = shared.bRefundSigOnMerchCopy || !IsRefundFamily(t.lTransactionTypeCode)
+                      ? "CHECK CUSTOMER'S SIGNATURE"
+                      : "SIGN CUSTOMER'S RECEIPT";
     }
     capCheckSignature.SetCaption(signature);
     (void)SetFocus(cmdConfirmAuth);
@@ -217,7 +218,7 @@ bool frmTransaction::IsResultReceiptPrinted() {
     return printed(CreditCardCommon::kCustomerCancelled) ||
            printed(CreditCardCommon::kMerchantCancelled);
   }
-  if (t.lStatus == 3) {
+  if (t.lStatus == QL_STATUS_DECLINED) {
     return printed(CreditCardCommon::kCustomerDeclined) ||
            printed(CreditCardCommon::kMerchantDeclined);
   }
