@@ -14,12 +14,13 @@
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <regex>
 
 #include "payment/credit_card_common.h"
 #include "platform/virtual_env.h"
 #include "qlclient/sim/sim_store.h"
 #include "qlclient/sim/simulator.h"
+#include "support/case_files.h"
+#include "support/leak_scan.h"
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
 #include "ui/form_call_scope.h"
@@ -32,53 +33,17 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-const fs::path kCases = fs::path(CCADDIN_TEST_DATA_DIR) / "ui/transaction";
+constexpr const char* kCases = "ui/transaction";
 
-std::vector<std::string> CaseNames() {
-  std::vector<std::string> names;
-  for (const auto& entry : fs::directory_iterator(kCases)) {
-    if (entry.path().extension() == ".json") names.push_back(entry.path().stem().string());
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
-std::string ReadFile(const fs::path& path) {
+std::string ReadFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-bool LuhnValid(const std::string& digits) {
-  int sum = 0;
-  for (size_t i = 0; i < digits.size(); ++i) {
-    int d = digits[digits.size() - 1 - i] - '0';
-    if (i % 2 == 1 && (d *= 2) > 9) d -= 9;
-    sum += d;
-  }
-  return sum % 10 == 0;
-}
-
-// Files under `folder` holding a run of 13 to 19 digits that passes the Luhn check.
-std::vector<std::string> FilesWithCardNumbers(const fs::path& folder) {
-  static const std::regex run("[0-9]{13,19}");
-  std::vector<std::string> found;
-  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-    if (!entry.is_regular_file()) continue;
-    const std::string text = ReadFile(entry.path());
-    for (std::sregex_iterator it(text.begin(), text.end(), run), end; it != end; ++it) {
-      if (LuhnValid(it->str())) {
-        found.push_back(entry.path().filename().string() + ": ..." + it->str().substr(12));
-        break;
-      }
-    }
-  }
-  return found;
 }
 
 class TransactionCase : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(TransactionCase, RunsHeadless) {
-  const fs::path path = kCases / (GetParam() + ".json");
+  const std::string path = testing::TestDataPath(std::string(kCases) + "/" + GetParam() + ".json");
   const std::string content = ReadFile(path);
   const json doc = json::parse(content);
   const json& outcome = doc.at("outcome");
@@ -117,7 +82,7 @@ TEST_P(TransactionCase, RunsHeadless) {
   FormCallScope call(&journal);
   std::string error;
   const FormCatalogue forms;
-  auto script = OperatorScript::Parse(content, path.string(), forms.Forms(), error);
+  auto script = OperatorScript::Parse(content, path, forms.Forms(), error);
   ASSERT_TRUE(script) << error;
   HeadlessLoop loop(ScriptRunner(
       std::move(*script), [&](const std::string& line) { journal.LogOperatorScript(line); }));
@@ -147,10 +112,10 @@ TEST_P(TransactionCase, RunsHeadless) {
     EXPECT_EQ(server, "confirmed") << "complete but not confirmed at the server";
   }
   EXPECT_EQ(sim::CurrentTerminalStatus(), "CLOSED") << "the server session outlived the window";
-  EXPECT_EQ(FilesWithCardNumbers(site.path()), std::vector<std::string>{});
+  EXPECT_EQ(testing::CardNumbersInFiles(site.path().string()), std::vector<std::string>{});
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, TransactionCase, ::testing::ValuesIn(CaseNames()),
+INSTANTIATE_TEST_SUITE_P(Cases, TransactionCase, ::testing::ValuesIn(testing::CaseNames(kCases)),
                          [](const auto& info) { return info.param; });
 
 }  // namespace
