@@ -16,7 +16,7 @@
 //   details_checks.cpp          card enquiry, details and cashback frames, fuel checks
 //   settlement.cpp              result frame buttons, confirmation, automatic acceptance
 //   outcomes.cpp                referral, PIN bypass, currency offer, re-print
-//   window_receipts.cpp         PrintTransactionReceipt
+//   window_receipts.cpp         PrintTransactionReceipt, through TransactionReceipts
 //   auxiliary_frames.cpp        duplicate, void and report frames, keypad hand-off
 #pragma once
 
@@ -29,6 +29,7 @@
 #include "payment/tender.h"
 #include "qlclient/ql_client.h"
 #include "ui/form.h"
+#include "ui/transaction/transaction_receipts.h"
 
 namespace ccaddin {
 
@@ -351,6 +352,7 @@ class frmTransaction final : public Form {
   std::unique_ptr<QlCardEnquiry> oEnq;
   std::unique_ptr<QlTransaction> oTrans;
   std::unique_ptr<QlTransactionProcessor> oProcessor;  // kept for a PIN bypass answer
+  TransactionReceipts oReceipts;
 
   // The layout's scale in thousandths: 1000 in the normal layout.
   int32_t scale_permille_ = 1000;
