@@ -22,7 +22,10 @@ constexpr const char* kConnectionClosed = "CONNECTION TO SERVER CLOSED";
 
 }  // namespace
 
-void frmTransaction::BindDetailsChecks() {}
+void frmTransaction::BindDetailsChecks() {
+  OnClick(cmdContinueTransInfo, &frmTransaction::NotBuiltYet_Click);
+  OnClick(cmdContinueCashback, &frmTransaction::NotBuiltYet_Click);
+}
 
 void frmTransaction::RunCardEnquiry(int32_t& lNextState) {
   CreditCardCommon& shared = Shared();
@@ -90,7 +93,9 @@ void frmTransaction::RunCardEnquiry(int32_t& lNextState) {
                                      shared.lTransactionType == TAM_TT_SALE &&
                                      shared.lTillType != 2 && shared.bCashback;
       if (cash == 0 && cashback_possible && oTrans->lEntryMethodCode != QL_ENTRY_TAPPED) {
-        NotBuiltYet("the cashback offer");
+        // The details follow the amount (the cashback frame's Continue).
+        lNextState = kCashback;
+        break;
       } else if (cash >= 1 && cashback_possible) {
         oTrans->lTransactionTypeCode = QL_TT_SALE_CASHBACK;
         oTrans->strCashbackAmount = std::to_string(cash);

@@ -97,6 +97,9 @@ class frmTransaction final : public Form {
   void SetState(int32_t state);
   // The card transaction proper: not a receipt, report, void or fuel balance window.
   [[nodiscard]] bool IsCardTransaction() const;
+  // The click of a button whose work is not built yet: it fails, so that no scenario
+  // passes through it unnoticed.
+  [[noreturn]] void NotBuiltYet_Click();
 
   // ---- state table (state_table.cpp) ----
   void ShowState();
