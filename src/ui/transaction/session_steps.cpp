@@ -93,7 +93,9 @@ void frmTransaction::tmrStart_Timer() {
   }
   ShowState();
 
-  if (lState == kFinished) {
+  if (lState == kFinished || lState == kRestart) {
+    // Finished, or the server asked a mail-order or token transaction to start again:
+    // closing restarts the session.
     cmdCancel.SetEnabled(true);
     (void)Unload();
   } else if (lState != kError && !shared.bReceiptMode && !shared.bReportMode && !shared.bVoidMode) {
