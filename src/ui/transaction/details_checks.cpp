@@ -14,8 +14,6 @@ namespace ccaddin {
 
 namespace {
 
-constexpr const char* kConnectionClosed = "CONNECTION TO SERVER CLOSED";
-
 [[noreturn]] void NotBuiltYet(const std::string& what) {
   throw Failure(what + " is not built yet");
 }
@@ -141,12 +139,8 @@ void frmTransaction::RunCardEnquiry(int32_t& lNextState) {
       }
       break;
     case QL_REQ_CONNECTION_LOST:
-      bServerError = true;
-      strStatusText = kConnectionClosed;
-      break;
     case QL_REQ_UNEXPECTED:
-      bServerError = true;
-      strStatusText = oRequest.strErrorMessage();
+      ServerFailed(result);
       break;
     case QL_REQ_FALLBACK:
       lNextState = kSwipeOnTill;
