@@ -8,7 +8,7 @@ namespace ccaddin {
 
 namespace {
 
-using T = TCcAddinRegistry;
+using T = CcAddinSettingValues;
 
 struct Rule {
   ReadRule rule;
@@ -221,7 +221,7 @@ const SettingDef* FindSettingByValueName(std::string_view value_name) {
   return nullptr;
 }
 
-void LoadSetting(TCcAddinRegistry& record, const SettingDef& setting, const std::string& stored,
+void LoadSetting(CcAddinSettingValues& record, const SettingDef& setting, const std::string& stored,
                  std::string_view decimal_separator) {
   switch (setting.rule) {
     case ReadRule::kS:
@@ -271,7 +271,7 @@ void LoadSetting(TCcAddinRegistry& record, const SettingDef& setting, const std:
   }
 }
 
-std::string SettingStoredText(const TCcAddinRegistry& record, const SettingDef& setting,
+std::string SettingStoredText(const CcAddinSettingValues& record, const SettingDef& setting,
                               std::string_view decimal_separator) {
   return std::visit(
       [&](auto member) -> std::string {
@@ -290,7 +290,7 @@ std::string SettingStoredText(const TCcAddinRegistry& record, const SettingDef& 
       setting.field);
 }
 
-std::string SettingDisplayText(const TCcAddinRegistry& record, const SettingDef& setting,
+std::string SettingDisplayText(const CcAddinSettingValues& record, const SettingDef& setting,
                                std::string_view decimal_separator) {
   if (const auto* flag = std::get_if<bool T::*>(&setting.field)) {
     return record.**flag ? "True" : "False";
