@@ -32,8 +32,6 @@ class CreditCardCommon : public CcAddinSettingValues, public SessionState {
   static constexpr int32_t kCustomerDeclined = 4;
   static constexpr int32_t kCustomerCancelled = 5;
 
-  static constexpr const char* kSerialLogFile = "DirectSerialComms.log";
-
   CreditCardCommon();
   ~CreditCardCommon();
   CreditCardCommon(const CreditCardCommon&) = delete;
@@ -106,8 +104,6 @@ class CreditCardCommon : public CcAddinSettingValues, public SessionState {
   bool OpenSerialPrinter();
   bool WriteSerialPrinter(const std::string& strText);
   bool CloseSerialPrinter();
-  // The settings text and line parameters OpenSerialPrinter uses, for the error log.
-  [[nodiscard]] TConnectionInfo SerialPrinterConnectionInfo(std::string& strSettings) const;
 
   // The track 2 data in keyboard-wedge input as ";<data>?", using the configured
   // sentinels (standard "3B"/"3F": first of each; others: last of each). "" when the

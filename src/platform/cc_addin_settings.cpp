@@ -3,6 +3,7 @@
 #include <array>
 
 #include "platform/locale_number.h"
+#include "platform/text_rules.h"
 
 namespace ccaddin {
 
@@ -192,15 +193,6 @@ constexpr bool TableIsConsistent() {
 }
 static_assert(TableIsConsistent(), "every number 0-90 once, and each rule fits its property");
 
-bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
-    if (lower(a[i]) != lower(b[i])) return false;
-  }
-  return true;
-}
-
 }  // namespace
 
 std::span<const SettingDef, kSettingCount> CcAddinSettings() {
@@ -227,12 +219,9 @@ void LoadSetting(CcAddinSettingValues& record, const SettingDef& setting, const 
     case ReadRule::kS:
       record.*std::get<std::string T::*>(setting.field) = stored;
       break;
-    case ReadRule::kP: {
-      std::string& folder = record.*std::get<std::string T::*>(setting.field);
-      folder = stored;
-      if (!folder.empty() && folder.back() != '/') folder += '/';
+    case ReadRule::kP:
+      record.*std::get<std::string T::*>(setting.field) = FolderWithSeparator(stored);
       break;
-    }
     case ReadRule::kSDefault:
       record.*std::get<std::string T::*>(setting.field) =
           stored.empty() ? std::string(setting.text_default) : stored;
