@@ -142,6 +142,7 @@ int32_t TReceipt::WriteReceiptFile(const QlTransaction& oTrans, const TTillInfor
                                    bool bDuplicate, const std::string& strFileName,
                                    bool bMemoryOnly) {
   receipt_.clear();
+  signature_line_ = false;
   bool spoilt = false;
   std::string file_path;
   const int32_t result =
@@ -536,6 +537,7 @@ void TReceipt::PrintSignatureLines(const Composition& c) {
     caption = "(Cardholder Signature)";
   }
   if (caption != nullptr) {
+    signature_line_ = true;
     AddLine(kDots);
     AddLine(caption);
   }
