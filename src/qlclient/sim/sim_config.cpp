@@ -197,6 +197,7 @@ void Parse(const std::string& path, const json& j, SimConfig& c) {
   if (j.contains("readerStates")) {
     c.reader_states = Wholes(j.at("readerStates"), "readerStates", 0, kMaxReaderState);
   }
+  Take(j, "", "terminalSettles", c.terminal_settles);
   if (j.contains("cards")) {
     const json& cards = j.at("cards");
     if (!cards.is_array()) throw BadValue{"cards", "must be a list of cards"};
