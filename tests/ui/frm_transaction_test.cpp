@@ -40,6 +40,46 @@ std::string ReadFile(const std::string& path) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+// The fields a case may check of the transaction the till sent for authorisation, of the
+// session state the window leaves, and of the record the till is given.
+json SentFields(const QlTransaction& t) {
+  return {{"lTransactionTypeCode", t.lTransactionTypeCode},
+          {"strAmount", t.strAmount},
+          {"strCashbackAmount", t.strCashbackAmount},
+          {"lEntryMethodCode", t.lEntryMethodCode},
+          {"lCustomerPresence", t.lCustomerPresence},
+          {"strExpiryDate", t.strExpiryDate},
+          {"strStartDate", t.strStartDate},
+          {"strIssueNumber", t.strIssueNumber},
+          {"strCv2", t.strCv2},
+          {"lCv2Present", t.lCv2Present},
+          {"strAddressDigits", t.strAddressDigits},
+          {"strPostcode", t.strPostcode},
+          {"strReferenceText", t.strReferenceText},
+          {"strRegNo", t.strRegNo},
+          {"lMileage", t.lMileage},
+          {"strProductRestriction", t.strProductRestriction},
+          {"strSupplierId", t.strSupplierId},
+          {"strProductInfo", t.strProductInfo}};
+}
+
+json SessionFields(CreditCardCommon& shared) {
+  TTransactionInfo info;
+  if (shared.oCurrentTransaction) shared.FillTransactionInfo(info, 0);
+  return {
+      {"bMileagePrompted", shared.bMileagePrompted}, {"bRegPrompted", shared.bRegPrompted},
+      {"bSuppIdPrompted", shared.bSuppIdPrompted},   {"lFuelCardBalance", shared.lFuelCardBalance},
+      {"strFuelProducts", info.strFuelProducts},     {"lCashbackAmount", info.lCashbackAmount},
+      {"lCustomerMileage", info.lCustomerMileage},   {"strCustomerRegNo", info.strCustomerRegNo}};
+}
+
+void ExpectFields(const json& actual, const json& expected, const char* what) {
+  for (const auto& [name, value] : expected.items()) {
+    ASSERT_TRUE(actual.contains(name)) << what << " has no field " << name;
+    EXPECT_EQ(actual.at(name), value) << what << " " << name;
+  }
+}
+
 class TransactionCase : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(TransactionCase, RunsHeadless) {
@@ -68,6 +108,12 @@ TEST_P(TransactionCase, RunsHeadless) {
   const json sale = doc.value("sale", json::object());
   shared.lTransactionType = sale.value("type", 0);
   shared.strReferenceText = sale.value("reference", "");
+  shared.bFuelBalanceMode = sale.value("mode", "sale") == "fuelBalance";
+  if (sale.contains("products")) {
+    shared.oProductInfo = std::make_unique<TProductInfo>();
+    for (const json& p : sale.at("products"))
+      shared.oProductInfo->AddProductInfo(p.at(0), p.at(1), p.at(2), p.at(3));
+  }
   shared.oTender = std::make_unique<TTender>();
   (void)shared.oTender->InitialiseTender(0, sale.value("amount", 1250), sale.value("gratuity", 0),
                                          sale.value("cash", 0));
@@ -108,9 +154,16 @@ TEST_P(TransactionCase, RunsHeadless) {
     if (auto last = records.Find(-1)) server = sim::StoreStateName(last->state);
   }
   EXPECT_EQ(server, outcome.value("server", "none"));
-  if (shared.bTransactionComplete) {
+  // A balance enquiry completes without a sale to confirm.
+  if (shared.bTransactionComplete && !shared.bFuelBalanceMode) {
     EXPECT_EQ(server, "confirmed") << "complete but not confirmed at the server";
   }
+  if (outcome.contains("sent")) {
+    const auto sent = sim::LastTransactionSent();
+    ASSERT_TRUE(sent) << "nothing was sent for authorisation";
+    ExpectFields(SentFields(*sent), outcome.at("sent"), "sent");
+  }
+  ExpectFields(SessionFields(shared), outcome.value("session", json::object()), "session");
   EXPECT_EQ(sim::CurrentTerminalStatus(), "CLOSED") << "the server session outlived the window";
   EXPECT_EQ(testing::CardNumbersInFiles(site.path().string()), std::vector<std::string>{});
 }
