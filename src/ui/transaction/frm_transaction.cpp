@@ -4,6 +4,7 @@
 
 #include "payment/credit_card_common.h"
 #include "payment/tamberin_string.h"
+#include "platform/trap.h"
 #include "qlclient/ql_codes.h"
 #include "ui/t_windws_form.h"
 
@@ -135,6 +136,10 @@ void frmTransaction::cmdSplitTender_Click() {
 
 void frmTransaction::SetState(int32_t state) {
   lState = state;
+}
+
+void frmTransaction::NotBuiltYet_Click() {
+  throw Failure("this button's work is not built yet");
 }
 
 bool frmTransaction::IsCardTransaction() const {

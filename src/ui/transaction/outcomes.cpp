@@ -10,7 +10,11 @@
 
 namespace ccaddin {
 
-void frmTransaction::BindOutcomes() {}
+void frmTransaction::BindOutcomes() {
+  for (Control* button :
+       {&cmdAuthorise, &cmdDecline, &cmdAllowPinBypass, &cmdDisallowPinBypass, &cmdReprint})
+    OnClick(*button, &frmTransaction::NotBuiltYet_Click);
+}
 
 void frmTransaction::ShowReferral() {
   throw Failure("the referral's details are not built yet");

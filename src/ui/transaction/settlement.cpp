@@ -178,7 +178,6 @@ void frmTransaction::ShowResult() {
                       : "SIGN CUSTOMER'S RECEIPT";
     }
     capCheckSignature.SetCaption(signature);
-    (void)SetFocus(cmdConfirmAuth);
     // Escape refuses the payment rather than doing nothing.
     SetCancelButton(cmdConfirmCancel);
   } else {
@@ -199,10 +198,10 @@ void frmTransaction::ShowResult() {
       button->SetVisible(false);
     }
     cmdComplete.SetVisible(true);
-    (void)SetFocus(cmdComplete);
     SetCancelButton(cmdComplete);
   }
   ShowFrame(kResult);
+  (void)SetFocus(cmdConfirmAuth.Visible() ? cmdConfirmAuth : cmdComplete);
 }
 
 bool frmTransaction::IsResultReceiptPrinted() {

@@ -1,16 +1,16 @@
-// The window's receipt copies: each print of the window goes through here.
-//
-// TODO(txhook): delegate to the transaction receipts unit once it is on main. Until then
-// every print fails loudly, so that no scenario passes without its receipts.
+// The window's receipt copies: every print of the window goes to its TransactionReceipts,
+// which composes, prints, keeps for the till and remembers the first print of each copy.
 #include "platform/trap.h"
 #include "ui/transaction/frm_transaction.h"
 
 namespace ccaddin {
 
 void frmTransaction::PrintTransactionReceipt(bool bMerchantCopy, bool bDuplicate) {
-  (void)bDuplicate;
-  bLastCopyMerchant = bMerchantCopy;
-  throw Failure("PrintTransactionReceipt is not built yet");
+  if (!oTrans) throw Failure("no transaction to print");
+  // A copy that could not be printed is in the call's journal; the sale goes on, as the
+  // server has already settled it.
+  (void)oReceipts.PrintTransactionReceipt(*oTrans, bMerchantCopy, bDuplicate);
+  bLastCopyMerchant = oReceipts.bLastCopyMerchant();
 }
 
 }  // namespace ccaddin
