@@ -64,8 +64,9 @@ void ExpectFields(const json& actual, const json& expected, const char* what) {
 
 }  // namespace
 
-TransactionCase::TransactionCase(const std::string& name)
-    : path_(TestDataPath(std::string(kFolder) + "/" + name + ".json")),
+TransactionCase::TransactionCase(const std::string& name, const json& more_settings,
+                                 const std::string& folder)
+    : path_(TestDataPath(folder + "/" + name + ".json")),
       content_(ReadFile(path_)),
       doc_(json::parse(content_)) {
   sim::ResetSimulator();
@@ -86,7 +87,8 @@ TransactionCase::TransactionCase(const std::string& name)
   registry_->Set("OPOSPrinterDeviceName", "Paper");
   // Every copy printed is kept for the till, so the case can say which were printed when.
   registry_->Set("MerchantReceiptsAvailableToClients", "1");
-  const json settings = doc_.value("settings", json::object());
+  json settings = doc_.value("settings", json::object());
+  if (more_settings.is_object()) settings.update(more_settings);
   for (const auto& [setting, value] : settings.items())
     registry_->Set(setting, value.get<std::string>());
   site_.Write("qlclient.json", doc_.value("simulator", json::object()).dump());

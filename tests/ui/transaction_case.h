@@ -28,7 +28,10 @@ class TransactionCase {
  public:
   static constexpr const char* kFolder = "ui/transaction";
 
-  explicit TransactionCase(const std::string& name);
+  // `folder` below tests/data; `more_settings` are set after the case's own (the Qt runs
+  // draw every case's pictures in the full-screen layout too).
+  explicit TransactionCase(const std::string& name, const nlohmann::json& more_settings = {},
+                           const std::string& folder = kFolder);
   ~TransactionCase();
 
   [[nodiscard]] const nlohmann::json& Doc() const { return doc_; }

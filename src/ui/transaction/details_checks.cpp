@@ -17,8 +17,6 @@ namespace {
 
 using namespace card_prompts;
 
-constexpr const char* kConnectionClosed = "CONNECTION TO SERVER CLOSED";
-
 // The customer's presence as the payment transaction carries it.
 constexpr int32_t kPresent = 1;
 constexpr int32_t kNotPresent = 2;
@@ -93,12 +91,8 @@ void frmTransaction::SendCardEnquiry(int32_t& lNextState) {
       }
       break;
     case QL_REQ_CONNECTION_LOST:
-      bServerError = true;
-      strStatusText = kConnectionClosed;
-      break;
     case QL_REQ_UNEXPECTED:
-      bServerError = true;
-      strStatusText = oRequest.strErrorMessage();
+      ServerFailed(result);
       break;
     case QL_REQ_FALLBACK:
       lNextState = kSwipeOnTill;
@@ -147,8 +141,7 @@ void frmTransaction::EvaluateCardEnquiry(int32_t& lNextState) {
                                        oEnq->strTrack.empty() ? oEnq->strPan : oEnq->strTrack,
                                        shared.strbaseCurrency, result);
     if (result == QL_REQ_UNEXPECTED) {
-      bServerError = true;
-      strStatusText = oRequest.strErrorMessage();
+      ServerFailed(result);
       return;
     }
     shared.lFuelBalanceResponseCode = balance->lResponseCode;

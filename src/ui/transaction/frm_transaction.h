@@ -130,6 +130,9 @@ class frmTransaction final : public Form {
   // copy prints unless referred, and a decline also prints the customer copy and is
   // confirmed as declined. The next state: referral or result.
   [[nodiscard]] int32_t RecordAuthorisation();
+  // A request failed in a way that leaves the server's session unusable (the connection
+  // closed, or the request layer's own error): the error frame with Cancel only.
+  void ServerFailed(int32_t lResult);
   // The ledger of the call; the hook always creates one before showing the window.
   TTender& Ledger() const;
   // The till's store, till and receipt numbers and the component's version, as the

@@ -42,6 +42,12 @@ TTender& frmTransaction::Ledger() const {
   return *shared.oTender;
 }
 
+void frmTransaction::ServerFailed(int32_t lResult) {
+  bServerError = true;
+  strStatusText =
+      lResult == QL_REQ_CONNECTION_LOST ? kConnectionClosed : oRequest.strErrorMessage();
+}
+
 void frmTransaction::CreateSessionObjects() {
   QlFactory& factory = CurrentQlFactory();
   oSession = factory.CreateSession();
@@ -93,7 +99,9 @@ void frmTransaction::tmrStart_Timer() {
   }
   ShowState();
 
-  if (lState == kFinished) {
+  if (lState == kFinished || lState == kRestart) {
+    // Finished, or the server asked a mail-order or token transaction to start again:
+    // closing restarts the session.
     cmdCancel.SetEnabled(true);
     (void)Unload();
   } else if (lState != kError && !shared.bReceiptMode && !shared.bReportMode && !shared.bVoidMode) {
@@ -223,12 +231,8 @@ void frmTransaction::StartCardSession(bool bRestart, int32_t& lNextState) {
       }
       break;
     case QL_REQ_CONNECTION_LOST:
-      bServerError = true;
-      strStatusText = kConnectionClosed;
-      break;
     case QL_REQ_UNEXPECTED:
-      bServerError = true;
-      strStatusText = oRequest.strErrorMessage();
+      ServerFailed(result);
       break;
     default:
       break;
@@ -321,12 +325,8 @@ void frmTransaction::RunAuthorisation(int32_t& lNextState) {
       if (!bServerError) lReturnState = kDetails;
       break;
     case QL_REQ_CONNECTION_LOST:
-      bServerError = true;
-      strStatusText = kConnectionClosed;
-      break;
     case QL_REQ_UNEXPECTED:
-      bServerError = true;
-      strStatusText = oRequest.strErrorMessage();
+      ServerFailed(result);
       break;
     case QL_REQ_FALLBACK:
       lNextState = kSwipeOnTill;
@@ -376,13 +376,12 @@ void frmTransaction::RunDirectAuthorisation(int32_t& lNextState) {
       lNextState = kFinished;
       break;
     case QL_REQ_FAILED:
-    case QL_REQ_UNEXPECTED:
       bServerError = true;
       strStatusText = oRequest.strErrorMessage();
       break;
     case QL_REQ_CONNECTION_LOST:
-      bServerError = true;
-      strStatusText = kConnectionClosed;
+    case QL_REQ_UNEXPECTED:
+      ServerFailed(result);
       break;
     default:
       break;
