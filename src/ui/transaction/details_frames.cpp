@@ -195,15 +195,12 @@ void frmTransaction::txtReg_KeyPress(int16_t& KeyAscii) {
 }
 
 void frmTransaction::txtFreeText_KeyPress(int16_t& KeyAscii) {
-  if (KeyAscii != kKeyEnter) return;
-  KeyAscii = 0;
-  FocusNext();
+  if (KeyAscii == kKeyEnter) KeyAscii = kKeyTab;
 }
 
 void frmTransaction::txtCashAmount_KeyPress(int16_t& KeyAscii) {
   if (KeyAscii == kKeyEnter) {
-    KeyAscii = 0;
-    FocusNext();
+    KeyAscii = kKeyTab;
     return;
   }
   const CreditCardCommon& shared = Shared();
