@@ -15,6 +15,9 @@ packages=(
   socat poppler-utils python3
   # the OS printer driver (QPrinter) and a fixed-pitch font for printed receipts
   qt6-base-dev fonts-dejavu-core
+  # the Debian package (CPack finds the programs with file, their dependencies with
+  # dpkg-shlibdeps) and the installed-tree test that builds a C till against it
+  dpkg-dev file
 )
 
 missing=()

@@ -3,6 +3,7 @@
 #include "hooks/t_non_gui_transaction_hook.h"
 #include "hooks/t_non_gui_transaction_hook2.h"
 #include "payment/records_dispatch.h"
+#include "ui/qt/qt_form_loop.h"
 
 namespace ccaddin {
 
@@ -26,6 +27,9 @@ std::vector<std::string> ClassRegistry::ProgIds() const {
 
 ClassRegistry& ClassRegistry::Builtin() {
   static ClassRegistry registry = [] {
+    // Every class a till creates comes through here first: the component's windows are
+    // then shown by Qt.
+    InstallQtFormLoop();
     ClassRegistry r;
     RegisterBuiltinClasses(r);
     return r;

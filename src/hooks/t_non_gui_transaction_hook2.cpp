@@ -46,21 +46,17 @@ constexpr const char* kJournalAborted = "Transaction aborted by operator";
 constexpr const char* kJournalFallback = "Fallback to magstripe";
 constexpr const char* kNotStarted = "no transaction session (StartTransaction first)";
 
-// Layer results of the request layer that steer the hook.
-constexpr int32_t kLayerFallback = 6;
-constexpr int32_t kLayerEnquiryNeeded = 9;
-
 // The device's transaction type codes for the card enquiry (no cashback at that point).
 int32_t EnquiryTypeCode(int32_t lTransactionType) {
   switch (lTransactionType) {
     case TAM_TT_REFUND:
-      return 6;
+      return QL_TT_REFUND;
     case TAM_TT_PREAUTH:
-      return 4;
+      return QL_TT_PREAUTH;
     case TAM_TT_FINALAUTH:
-      return 5;
+      return QL_TT_FINALAUTH;
     default:
-      return 1;
+      return QL_TT_SALE;
   }
 }
 
@@ -137,7 +133,7 @@ int32_t TNonGuiTransactionHook2::StartTransaction() {
                 int32_t result = 0;
                 request.Connect(*session_, *parameters_, config.strConfigFileLocation,
                                 config.strConfigFileName, result);
-                if (result != 0) {
+                if (result != QL_REQ_DONE) {
                   strErrorMessage_ = kServerConnectionFailed;
                   return 1;
                 }
@@ -145,7 +141,7 @@ int32_t TNonGuiTransactionHook2::StartTransaction() {
                 request.ProcessLogin(*login, config.strQuaylinkMerchantId,
                                      config.strQuaylinkClientId, config.strQuaylinkPassword,
                                      result);
-                if (result != 0) {
+                if (result != QL_REQ_DONE) {
                   strErrorMessage_ = kLoginFailed;
                   int32_t ignored = 0;
                   request.Disconnect(*session_, ignored);
@@ -184,7 +180,7 @@ int32_t TNonGuiTransactionHook2::CardEnquiry(int32_t lTransactionType, int32_t l
                                   0, true);
     const CreditCardCommon& config = Shared();
     TProcessQlRequest request(RequestSettings());
-    int32_t lCardDataEntry = 1;
+    int32_t lCardDataEntry = QL_ENTRY_SWIPED;
 
     if (lDataEntryType != DATAENTRY_SWIPE) {
       std::string address;
@@ -201,7 +197,7 @@ int32_t TNonGuiTransactionHook2::CardEnquiry(int32_t lTransactionType, int32_t l
                                       address, config.strPedLanguageCode, config.strChipDeviceName,
                                       enquiry_for_retry_ ? false : config.bE2EEEnabled,
                                       config.bExternalSwipe, true, !enquiry_for_retry_, started);
-      if (started != 0) {
+      if (started != QL_REQ_DONE) {
         strErrorMessage_ = kAuthorisationFailed;
         return;
       }
@@ -219,23 +215,23 @@ int32_t TNonGuiTransactionHook2::CardEnquiry(int32_t lTransactionType, int32_t l
           return;
         }
         switch (status->lReaderState) {
-          case 11:
-          case 12:
+          case QL_READER_NOT_ACCEPTED:
+          case QL_READER_SWIPED_ON_DEVICE:
             strErrorMessage_ = kCardNotAccepted;
             return;
-          case 2:
-          case 3:
-            lCardDataEntry = 2;
+          case QL_READER_INSERTED:
+          case QL_READER_OPENED:
+            lCardDataEntry = QL_ENTRY_CHIP;
             card_present = true;
             break;
-          case 13:
-            lCardDataEntry = 3;
+          case QL_READER_TAPPED:
+            lCardDataEntry = QL_ENTRY_TAPPED;
             card_present = true;
             break;
-          case 10:
+          case QL_READER_SWIPE_ON_TILL:
             result = RETURNCODE_MAGSTRIPEFALLBACK;
             return;
-          case 0:
+          case QL_READER_UNAVAILABLE:
             strErrorMessage_ = kReaderUnavailable;
             return;
           default:
@@ -249,26 +245,26 @@ int32_t TNonGuiTransactionHook2::CardEnquiry(int32_t lTransactionType, int32_t l
     auto enquiry = CurrentQlFactory().CreateCardEnquiry();
     int32_t enquired = 0;
     request.ProcessCardEnquiry(*enquiry, 0, "", "", lCardDataEntry, enquired);
-    if (enquired == 0) {
+    if (enquired == QL_REQ_DONE) {
       transaction_ = std::make_unique<QlTransaction>();
       switch (enquiry->lCardDataType) {
-        case 1:
-          transaction_->lEntryMethodCode = 1;
+        case QL_ENTRY_SWIPED:
+          transaction_->lEntryMethodCode = QL_ENTRY_SWIPED;
           transaction_->strTrack = enquiry->strTrack;
           break;
-        case 2:
-        case 3:
+        case QL_ENTRY_CHIP:
+        case QL_ENTRY_TAPPED:
           transaction_->lEntryMethodCode = enquiry->lCardDataType;
           break;
         default:
-          transaction_->lEntryMethodCode = 0;
+          transaction_->lEntryMethodCode = QL_ENTRY_KEYED;
           transaction_->strPan = enquiry->strPan;
           transaction_->strExpiryDate = enquiry->strExpiryDate;
           break;
       }
       result = enquiry->IsCashbackAllowed(1) && config.bCashback ? RETURNCODE_CASHBACKALLOWED
                                                                  : RETURNCODE_SUCCESS;
-    } else if (enquired == kLayerFallback) {
+    } else if (enquired == QL_REQ_FALLBACK) {
       result = RETURNCODE_MAGSTRIPEFALLBACK;
     } else {
       strErrorMessage_ = kCardEnquiryFailed;
@@ -305,23 +301,23 @@ int32_t TNonGuiTransactionHook2::AuthoriseTransaction(int32_t lTransactionType,
     trans.strCurrencyCode = config.strbaseCurrency;
     trans.strAmount = std::to_string(lTransactionAmount);
     trans.strCashbackAmount = std::to_string(lCashbackAmount);
-    trans.lMode = 1;
+    trans.lMode = QL_MODE_PROGRAMMATIC;
     trans.strReference = oTillInfo.strStoreNumber + ":" + oTillInfo.strTillNumber + ":" +
                          oTillInfo.strReceiptNumber + ":v" + std::to_string(CCADDIN_VERSION_MAJOR) +
                          "." + std::to_string(CCADDIN_VERSION_MINOR) + "." +
                          std::to_string(CCADDIN_VERSION_REVISION) + ":SELFSERVICE";
     switch (lTransactionType) {
       case TAM_TT_SALE:
-        trans.lTransactionTypeCode = lCashbackAmount >= 1 ? 2 : 1;
+        trans.lTransactionTypeCode = lCashbackAmount >= 1 ? QL_TT_SALE_CASHBACK : QL_TT_SALE;
         break;
       case TAM_TT_REFUND:
-        trans.lTransactionTypeCode = 6;
+        trans.lTransactionTypeCode = QL_TT_REFUND;
         break;
       case TAM_TT_PREAUTH:
-        trans.lTransactionTypeCode = 4;
+        trans.lTransactionTypeCode = QL_TT_PREAUTH;
         break;
       case TAM_TT_FINALAUTH:
-        trans.lTransactionTypeCode = 5;
+        trans.lTransactionTypeCode = QL_TT_FINALAUTH;
         break;
       default:
         break;
@@ -333,12 +329,12 @@ int32_t TNonGuiTransactionHook2::AuthoriseTransaction(int32_t lTransactionType,
       int32_t processed = 0;
       // transaction_ may be replaced by the repeated enquiry below: always send the newest.
       request.ProcessTransaction(*processor, *transaction_, processed);
-      if (processed == 0) break;
-      if (processed == kLayerFallback) {
+      if (processed == QL_REQ_DONE) break;
+      if (processed == QL_REQ_FALLBACK) {
         result = RETURNCODE_MAGSTRIPEFALLBACK;
         return;
       }
-      if (processed != kLayerEnquiryNeeded) {
+      if (processed != QL_REQ_ENQUIRY_NEEDED) {
         strErrorMessage_ = kAuthorisationFailed;
         return;
       }
@@ -509,22 +505,22 @@ bool TNonGuiTransactionHook2::ConfirmTransaction(int32_t lConfirmType,
     CreditCardCommon& config = Shared();
     TProcessQlRequest request(RequestSettings());
     auto confirm = CurrentQlFactory().CreateConfirm();
-    const int32_t code = lConfirmType == CONFIRMTYPE_DECLINED    ? 1
-                         : lConfirmType == CONFIRMTYPE_CANCELLED ? 2
-                                                                 : 0;
+    const int32_t code = lConfirmType == CONFIRMTYPE_DECLINED    ? QL_CONFIRM_DECLINED
+                         : lConfirmType == CONFIRMTYPE_CANCELLED ? QL_CONFIRM_CANCELLED
+                                                                 : QL_CONFIRM_AUTHORISED;
     int32_t confirmed = 0;
     request.ProcessConfirm(*confirm, trans, config.strQuaylinkClientId, trans.lTransRefNo,
                            strAuthCode, code, confirmed);
-    if (confirmed != 0) {
+    if (confirmed != QL_REQ_DONE) {
       strErrorMessage_ = kConfirmationFailed;
       return;
     }
     if (lConfirmType == CONFIRMTYPE_CANCELLED) {
       trans.bCancelled = true;
     } else if (lConfirmType == CONFIRMTYPE_DECLINED) {
-      trans.lStatus = 3;
+      trans.lStatus = QL_STATUS_DECLINED;
     } else {
-      trans.lStatus = 1;
+      trans.lStatus = QL_STATUS_AUTHORISED;
       if (!strAuthCode.empty()) {
         trans.strAuthCode = strAuthCode;
         trans.strResponseText = "AUTH CODE: " + strAuthCode;

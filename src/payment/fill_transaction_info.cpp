@@ -12,20 +12,20 @@ enum class StatusRule { kInteractive, kProgrammatic };
 
 void SetResponseCode(const QlTransaction& t, StatusRule rule, TTransactionInfo& info) {
   switch (t.lStatus) {
-    case 0:
+    case QL_STATUS_NONE:
       info.lResponseCode = TRANSINFO_RC_NONE;
       break;
-    case 1:
+    case QL_STATUS_AUTHORISED:
       // Only the window cancels an authorised transaction afterwards (operator, split
       // tender); the programmatic interface confirms or cancels it later on its own.
       info.lResponseCode = (rule == StatusRule::kInteractive && t.bCancelled)
                                ? TRANSINFO_RC_CANCELLED
                                : TRANSINFO_RC_AUTHORISED;
       break;
-    case 2:
+    case QL_STATUS_REFERRED:
       if (rule == StatusRule::kProgrammatic) info.lResponseCode = TRANSINFO_RC_REFERRED;
       break;
-    case 3:
+    case QL_STATUS_DECLINED:
       info.lResponseCode = TRANSINFO_RC_DECLINED;
       break;
     default:
@@ -35,17 +35,17 @@ void SetResponseCode(const QlTransaction& t, StatusRule rule, TTransactionInfo& 
 
 void SetVerification(int32_t lCvmCode, TTransactionInfo& info) {
   switch (lCvmCode) {
-    case 0:
+    case QL_CVM_NONE:
       info.lCustomerVerification = TRANSINFO_CV_NONE;
       break;
-    case 1:
-    case 2:
+    case QL_CVM_PIN:
+    case QL_CVM_PIN_2:
       info.lCustomerVerification = TRANSINFO_CV_PIN;
       break;
-    case 3:
+    case QL_CVM_SIGNATURE:
       info.lCustomerVerification = TRANSINFO_CV_SIGNATURE;
       break;
-    case 4:
+    case QL_CVM_PIN_AND_SIGNATURE:
       info.lCustomerVerification = TRANSINFO_CV_PINANDSIGNATURE;
       break;
     default:
@@ -55,19 +55,19 @@ void SetVerification(int32_t lCvmCode, TTransactionInfo& info) {
 
 void SetEntryMethod(int32_t lEntryMethodCode, TTransactionInfo& info) {
   switch (lEntryMethodCode) {
-    case 0:
+    case QL_ENTRY_KEYED:
       info.lDataEntryMethod = TRANSINFO_DE_KEYED;
       break;
-    case 1:
+    case QL_ENTRY_SWIPED:
       info.lDataEntryMethod = TRANSINFO_DE_SWIPED;
       break;
-    case 2:
+    case QL_ENTRY_CHIP:
       info.lDataEntryMethod = TRANSINFO_DE_CHIP;
       break;
-    case 3:
+    case QL_ENTRY_TAPPED:
       info.lDataEntryMethod = TRANSINFO_DE_TAPPED;
       break;
-    case 4:
+    case QL_ENTRY_NONE:
       info.lDataEntryMethod = TRANSINFO_DE_NONE;
       break;
     default:
@@ -96,7 +96,7 @@ void FillCardFields(const QlTransaction& t, TTransactionInfo& info) {
 // The card-class group. A till that never passed products has no product list; its fuel
 // card is then neither a bunker card nor one with a total to print.
 void FillCardClass(const QlTransaction& t, const TProductInfo* products, TTransactionInfo& info) {
-  if (t.lCardType != 0) {
+  if (t.lCardType != QL_CARD_PAYMENT) {
     info.lCardClass = TRANSINFO_CC_FUEL;
     info.bFuelBunkerCard = products != nullptr && products->bBunkerCard;
     info.bPrintFuelBunkerTotal = products != nullptr && products->bPrintBunkerTotal;

@@ -7,11 +7,6 @@
 namespace ccaddin {
 namespace {
 
-constexpr int32_t kRefundTypeCode = 6;
-constexpr int32_t kSignatureCvm = 3;
-constexpr int32_t kNoCvm = 0;
-constexpr int32_t kTappedEntry = 3;
-
 const char* QuestionTitle(int32_t lReceiptKind) {
   switch (lReceiptKind) {
     case CreditCardCommon::kCustomerAuthorised:
@@ -41,14 +36,15 @@ bool CreditCardCommon::ShouldPrintReceipt(int32_t lReceiptKind, const QlTransact
       // The merchant copy is the signed one: keep printing it where a signature belongs on
       // it, unless the till collects merchant copies itself.
       if (!print && !bMakeMerchantReceiptsAvailableToClient) {
-        const bool refund = oTrans.lTransactionTypeCode == kRefundTypeCode;
-        print = (refund && bRefundSigOnMerchCopy) || (!refund && oTrans.lCvmCode == kSignatureCvm);
+        const bool refund = oTrans.lTransactionTypeCode == QL_TT_REFUND;
+        print =
+            (refund && bRefundSigOnMerchCopy) || (!refund && oTrans.lCvmCode == QL_CVM_SIGNATURE);
       }
     }
 
     if (print && lReceiptKind >= kCustomerAuthorised && lReceiptKind <= kCustomerCancelled &&
-        bQuestionAllowed && oTrans.lEntryMethodCode == kTappedEntry && oTrans.lCvmCode == kNoCvm &&
-        bPromptTappedCustomerReceipt) {
+        bQuestionAllowed && oTrans.lEntryMethodCode == QL_ENTRY_TAPPED &&
+        oTrans.lCvmCode == QL_CVM_NONE && bPromptTappedCustomerReceipt) {
       strQuestionTitle = QuestionTitle(lReceiptKind);
       strQuestion = "Does customer require a receipt?";
       strQuestionYesCaption = "Yes";

@@ -6,11 +6,6 @@
 namespace ccaddin {
 namespace {
 
-constexpr int32_t kDone = 0;
-constexpr int32_t kFailed = 1;
-constexpr int32_t kConnectionLost = 2;
-constexpr int32_t kUnexpected = 4;
-
 std::string Prefix(const char* operation) {
   return std::string("TProcessQlRequest.") + operation + "() Failed - ";
 }
@@ -24,73 +19,73 @@ bool IsBlank(const std::string& text) {
 int32_t TProcessQlRequest::LostConnectionTest(const QlRequestError& request, bool include_10200) {
   strErrorMessage_ = request.strErrorText;
   switch (request.lErrorCode) {
-    case 30001:
-    case 30003:
-    case 30006:
-    case 30056:
-      return kConnectionLost;
-    case 10200:
-      return include_10200 ? kConnectionLost : kFailed;
+    case QL_ERR_CONNECTION_LOST:
+    case QL_ERR_CONNECTION_CLOSED:
+    case QL_ERR_TIMEOUT:
+    case QL_ERR_CONNECTION_RESET:
+      return QL_REQ_CONNECTION_LOST;
+    case QL_ERR_NO_HOST_RESPONSE:
+      return include_10200 ? QL_REQ_CONNECTION_LOST : QL_REQ_FAILED;
     default:
-      return kFailed;
+      return QL_REQ_FAILED;
   }
 }
 
 void TProcessQlRequest::Connect(QlSession& oSession, QlParameters& oParms,
                                 const std::string& strConfigFileLoc,
                                 const std::string& strConfigFileName, int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("Connect"), kUnexpected, [&] {
+  lResult = Trap(strErrorMessage_, Prefix("Connect"), QL_REQ_UNEXPECTED, [&] {
     oParms.SetConfigFile(strConfigFileLoc, strConfigFileName);
     oParms.bExternalSwipe = settings_.bExternalSwipe;
     switch (oSession.Connect(oParms, false, 0)) {
-      case 0:
+      case QL_CONNECT_ONLINE:
         bConnectedOnline_ = true;
-        return kDone;
-      case 2:
+        return QL_REQ_DONE;
+      case QL_CONNECT_OFFLINE:
         bConnectedOnline_ = false;
-        return kDone;
-      case 3:
-        return 3;
-      case 1:
+        return QL_REQ_DONE;
+      case QL_CONNECT_OTHER:
+        return QL_REQ_CONNECT_OTHER;
+      case QL_CONNECT_FAILED:
         // One retry; a session that comes up on the second attempt works offline.
-        if (oSession.Connect(oParms, true, 0) == 1) {
+        if (oSession.Connect(oParms, true, 0) == QL_CONNECT_FAILED) {
           strErrorMessage_ = oSession.strErrorText;
-          return kConnectionLost;
+          return QL_REQ_CONNECTION_LOST;
         }
         bConnectedOnline_ = false;
-        return kDone;
+        return QL_REQ_DONE;
       default:
-        return kUnexpected;
+        return QL_REQ_UNEXPECTED;
     }
   });
 }
 
 void TProcessQlRequest::Disconnect(QlSession& oSession, int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("Disconnect"), kUnexpected, [&] {
+  lResult = Trap(strErrorMessage_, Prefix("Disconnect"), QL_REQ_UNEXPECTED, [&] {
     (void)oSession.Disconnect();
-    return kDone;
+    return QL_REQ_DONE;
   });
 }
 
 void TProcessQlRequest::ProcessLogin(QlLogin& oLogin, const std::string& strMerchantId,
                                      const std::string& strClientId, const std::string& strPassword,
                                      int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessLogin"), kUnexpected, [&] {
+  lResult = Trap(strErrorMessage_, Prefix("ProcessLogin"), QL_REQ_UNEXPECTED, [&] {
     const int32_t answer = oLogin.Login(strMerchantId, strClientId, strPassword, 1);
-    if (answer == 1) return kDone;
-    if (answer >= 2 && answer <= 5) return 5;
+    if (answer == QL_LOGIN_LOGGED_IN) return QL_REQ_DONE;
+    if (answer >= QL_LOGIN_BAD_MERCHANT && answer <= QL_LOGIN_REFUSED) return QL_REQ_LOGIN_REFUSED;
     strErrorMessage_ = oLogin.strErrorText;
-    return kConnectionLost;
+    return QL_REQ_CONNECTION_LOST;
   });
 }
 
 void TProcessQlRequest::ProcessLogout(QlLogin& oLogin, int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessLogout"), kUnexpected, [&] {
+  lResult = Trap(strErrorMessage_, Prefix("ProcessLogout"), QL_REQ_UNEXPECTED, [&] {
     if (oLogin.Logout() != 0) {
       strErrorMessage_ = oLogin.strErrorText;
-      return kConnectionLost;
+      return QL_REQ_CONNECTION_LOST;
     }
-    return kDone;
+    return QL_REQ_DONE;
   });
 }
 
@@ -98,21 +93,22 @@ void TProcessQlRequest::ProcessCardEnquiry(QlCardEnquiry& oEnq, int32_t lMode,
                                            const std::string& strPan, const std::string& strTrack,
                                            int32_t lDataEntry, int32_t& lResult) {
   // The misspelt operation name is the text tills and support staff already know.
-  lResult = Trap(strErrorMessage_, Prefix("ProcessCardEqnuiry"), kUnexpected, [&] {
+  lResult = Trap(strErrorMessage_, Prefix("ProcessCardEqnuiry"), QL_REQ_UNEXPECTED, [&] {
     // A card the till read itself: the terminal must stop waiting for one of its own.
-    if ((!strPan.empty() && lDataEntry == 0) || (!strTrack.empty() && lDataEntry == 1)) {
+    if ((!strPan.empty() && lDataEntry == QL_ENTRY_KEYED) ||
+        (!strTrack.empty() && lDataEntry == QL_ENTRY_SWIPED)) {
       auto reader = CurrentQlFactory().CreateCardReader();
       (void)reader->Reset();
     }
     switch (oEnq.Enquire(lMode, strPan, strTrack, lDataEntry, 1)) {
-      case 1:
+      case QL_ANSWER_FAILED:
         return LostConnectionTest(oEnq, false);
-      case 2:
-        return 6;
-      case 4:
-        return 7;
+      case QL_ANSWER_FALLBACK:
+        return QL_REQ_FALLBACK;
+      case QL_ANSWER_PASSED_ON:
+        return QL_REQ_PASSED_ON;
       default:
-        return kDone;
+        return QL_REQ_DONE;
     }
   });
 }
@@ -123,66 +119,69 @@ void TProcessQlRequest::ProcessStartTransaction(
     const std::string& strMerchantName, const std::string& strMerchantAddress,
     const std::string& strPedLanguageCode, const std::string& /*strDeviceType*/, bool bKeyedEntry,
     bool bSwipeEntry, bool bChipEntry, bool bTapEntry, int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessStartTransaction"), kUnexpected, [&] {
+  lResult = Trap(strErrorMessage_, Prefix("ProcessStartTransaction"), QL_REQ_UNEXPECTED, [&] {
     const std::string& address = IsBlank(strMerchantAddress) ? strMerchantName : strMerchantAddress;
     if (oStart.Start(strCurrencyCode, lAmount, lCashbackAmount, lGratuityAmount,
                      lTransactionTypeCode, strMerchantName, address, strPedLanguageCode,
                      bKeyedEntry, bSwipeEntry, bChipEntry, bTapEntry) != 0) {
       return LostConnectionTest(oStart, false);
     }
-    return kDone;
+    return QL_REQ_DONE;
   });
 }
 
 void TProcessQlRequest::ProcessDccEnquiry(QlDccEnquiry& oDcc, int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessDccEnquiry"), kUnexpected,
-                 [&] { return oDcc.Enquire() != 0 ? LostConnectionTest(oDcc, false) : kDone; });
+  lResult = Trap(strErrorMessage_, Prefix("ProcessDccEnquiry"), QL_REQ_UNEXPECTED, [&] {
+    return oDcc.Enquire() != 0 ? LostConnectionTest(oDcc, false) : QL_REQ_DONE;
+  });
 }
 
 void TProcessQlRequest::ProcessTransaction(QlTransactionProcessor& oProcessor,
                                            QlTransaction& oTrans, int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessTransaction"), kUnexpected, [&] {
+  lResult = Trap(strErrorMessage_, Prefix("ProcessTransaction"), QL_REQ_UNEXPECTED, [&] {
     switch (oProcessor.Process(oTrans)) {
-      case 1:
+      case QL_ANSWER_FAILED:
         return LostConnectionTest(oProcessor, true);
-      case 2:
-        return 6;
-      case 3: {
-        if (!settings_.bAutoDeclinePinBypass) return 8;
-        int32_t refused = kUnexpected;
+      case QL_ANSWER_FALLBACK:
+        return QL_REQ_FALLBACK;
+      case QL_ANSWER_PIN_BYPASS: {
+        if (!settings_.bAutoDeclinePinBypass) return QL_REQ_PIN_BYPASS;
+        int32_t refused = QL_REQ_UNEXPECTED;
         ProcessPinBypass(oProcessor, oTrans, false, refused);
         return refused;
       }
-      case 4:
-        return 7;
-      case 5:
-        return 9;
+      case QL_ANSWER_PASSED_ON:
+        return QL_REQ_PASSED_ON;
+      case QL_ANSWER_ENQUIRY_NEEDED:
+        return QL_REQ_ENQUIRY_NEEDED;
       default:
         break;
     }
     // Terminals that authorise on their own (operating modes 3, and 4 when the server
     // processed offline) leave the receipt data with the server.
     const int32_t state = oTrans.lProcessingState;
-    if (settings_.lOperatingMode == 3 || (settings_.lOperatingMode == 4 && state == 2)) {
+    if (settings_.lOperatingMode == 3 ||
+        (settings_.lOperatingMode == 4 && state == QL_PROCESSED_OFFLINE)) {
       auto receipt = CurrentQlFactory().CreateReceiptInfo();
-      int32_t fetched = kUnexpected;
+      int32_t fetched = QL_REQ_UNEXPECTED;
       ProcessReceiptInfo(*receipt, oTrans, "", oTrans.lTransRefNo, fetched);
       return fetched;
     }
-    return kDone;
+    return QL_REQ_DONE;
   });
 }
 
 void TProcessQlRequest::ProcessPinBypass(QlTransactionProcessor& oProcessor, QlTransaction& oTrans,
                                          bool bAcceptPinByPass, int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessPinBypass"), kUnexpected, [&] {
-    switch (oProcessor.AnswerPinBypass(bAcceptPinByPass ? 0 : 1, oTrans)) {
-      case 0:
-        return kDone;
-      case 1:
+  lResult = Trap(strErrorMessage_, Prefix("ProcessPinBypass"), QL_REQ_UNEXPECTED, [&] {
+    switch (oProcessor.AnswerPinBypass(
+        bAcceptPinByPass ? QL_PIN_BYPASS_ACCEPT : QL_PIN_BYPASS_REFUSE, oTrans)) {
+      case QL_ANSWER_DONE:
+        return QL_REQ_DONE;
+      case QL_ANSWER_FAILED:
         return LostConnectionTest(oProcessor, true);
       default:
-        return kUnexpected;
+        return QL_REQ_UNEXPECTED;
     }
   });
 }
@@ -191,17 +190,17 @@ void TProcessQlRequest::ProcessConfirm(QlConfirm& oConfirm, QlTransaction& oTran
                                        const std::string& strClientId, int32_t lTransRefNo,
                                        const std::string& strAuthCode, int32_t lConfirmCode,
                                        int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessConfirm"), kUnexpected, [&] {
+  lResult = Trap(strErrorMessage_, Prefix("ProcessConfirm"), QL_REQ_UNEXPECTED, [&] {
     QlTransaction answer;
-    const int32_t fuel = oTrans.lCardType == 1 ? 1 : 0;
+    const int32_t fuel = oTrans.lCardType == QL_CARD_FUEL ? 1 : 0;
     const int32_t result =
         oConfirm.Confirm(strClientId, lTransRefNo, lConfirmCode, strAuthCode, true, answer, fuel);
     // Mode 0 tills settle with the server later; only integrated terminals must know now.
     if (result != 0 && settings_.lOperatingMode != 0) {
       strErrorMessage_ = oConfirm.strErrorText;
-      return kUnexpected;
+      return QL_REQ_UNEXPECTED;
     }
-    return kDone;
+    return QL_REQ_DONE;
   });
 }
 
@@ -209,39 +208,39 @@ void TProcessQlRequest::ProcessFuelBalanceEnquiry(QlFuelBalance& oBalance,
                                                   const std::string& strCardDetails,
                                                   const std::string& strCardDetails2,
                                                   int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessFuelBalanceEnquiry"), kUnexpected, [&] {
+  lResult = Trap(strErrorMessage_, Prefix("ProcessFuelBalanceEnquiry"), QL_REQ_UNEXPECTED, [&] {
     if (oBalance.Enquire(strCardDetails, strCardDetails2) != 0) {
       strErrorMessage_ = oBalance.strErrorText;
-      return kUnexpected;
+      return QL_REQ_UNEXPECTED;
     }
-    return kDone;
+    return QL_REQ_DONE;
   });
 }
 
 void TProcessQlRequest::ProcessReceiptInfo(QlReceiptInfo& oReceipt, QlTransaction& oTrans,
                                            const std::string& strReceiptKey, int32_t lTransRefNo,
                                            int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessReceiptInfo"), kUnexpected, [&] {
-    return oReceipt.Request(strReceiptKey, lTransRefNo, oTrans) == 1
+  lResult = Trap(strErrorMessage_, Prefix("ProcessReceiptInfo"), QL_REQ_UNEXPECTED, [&] {
+    return oReceipt.Request(strReceiptKey, lTransRefNo, oTrans) == QL_ANSWER_FAILED
                ? LostConnectionTest(oReceipt, false)
-               : kDone;
+               : QL_REQ_DONE;
   });
 }
 
 void TProcessQlRequest::ProcessCloseBatchRequest(QlCloseBatch& oBatch, int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessCloseBatchRequest"), kUnexpected, [&] {
-    oBatch.lRequestType = 2;
-    return oBatch.Request() == 1 ? LostConnectionTest(oBatch, false) : kDone;
+  lResult = Trap(strErrorMessage_, Prefix("ProcessCloseBatchRequest"), QL_REQ_UNEXPECTED, [&] {
+    oBatch.lRequestType = QL_CLOSE_BATCH;
+    return oBatch.Request() == QL_ANSWER_FAILED ? LostConnectionTest(oBatch, false) : QL_REQ_DONE;
   });
 }
 
 void TProcessQlRequest::ProcessReportRequest(QlReport& oReport,
                                              const std::string& strReportLocation,
                                              const std::string& strReportOption, int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessReportRequest"), kUnexpected, [&] {
-    return oReport.Request(true, strReportLocation, strReportOption) == 1
+  lResult = Trap(strErrorMessage_, Prefix("ProcessReportRequest"), QL_REQ_UNEXPECTED, [&] {
+    return oReport.Request(true, strReportLocation, strReportOption) == QL_ANSWER_FAILED
                ? LostConnectionTest(oReport, false)
-               : kDone;
+               : QL_REQ_DONE;
   });
 }
 
@@ -250,7 +249,7 @@ void TProcessQlRequest::ProcessFuelProductEnquiry(QlFuelProductEnquiry& oEnquiry
                                                   const std::string& strCardInfo, int32_t lMode,
                                                   const std::string& strExtraInfo,
                                                   int32_t& lResult) {
-  lResult = Trap(strErrorMessage_, Prefix("ProcessFuelProductEnquiry"), kUnexpected, [&] {
+  lResult = Trap(strErrorMessage_, Prefix("ProcessFuelProductEnquiry"), QL_REQ_UNEXPECTED, [&] {
     if (lMode == 0) {
       oEnquiry.strProductInfo = strProductInfo;
       oEnquiry.lEnquiryMode = 0;
@@ -265,7 +264,8 @@ void TProcessQlRequest::ProcessFuelProductEnquiry(QlFuelProductEnquiry& oEnquiry
       oEnquiry.lEnquiryMode = 2;
       oEnquiry.strExtraInfo = "";
     }
-    return oEnquiry.Request() == 1 ? LostConnectionTest(oEnquiry, false) : kDone;
+    return oEnquiry.Request() == QL_ANSWER_FAILED ? LostConnectionTest(oEnquiry, false)
+                                                  : QL_REQ_DONE;
   });
 }
 

@@ -1,7 +1,7 @@
 // TProcessQlRequest: the thin request layer over the payment-client library. Each
 // operation takes a library object that its caller created and owns, runs one request
-// and folds the library's answer into the layer's result code, leaving the library's
-// text in strErrorMessage. Blocks as long as the library does; never throws.
+// and folds the library's answer into the layer's result code (QL_REQ_*), leaving
+// the library's text in strErrorMessage. Blocks as long as the library does; never throws.
 #pragma once
 
 #include <cstdint>

@@ -134,14 +134,12 @@ void TTender::ConfirmTenders(bool bCancel) {
     const std::unique_ptr<QlConfirm> confirm = factory.CreateConfirm();
     parameters->SetConfigFile(config.strConfigFileLocation, config.strConfigFileName);
 
-    constexpr int32_t kConnectFailed = 1;
-    constexpr int32_t kLoggedIn = 1;
-    if (session->Connect(*parameters, false, 0) == kConnectFailed &&
-        session->Connect(*parameters, true, 0) == kConnectFailed) {
+    if (session->Connect(*parameters, false, 0) == QL_CONNECT_FAILED &&
+        session->Connect(*parameters, true, 0) == QL_CONNECT_FAILED) {
       throw Failure("Connect failed - " + session->strErrorText);
     }
     if (login->Login(config.strQuaylinkMerchantId, config.strQuaylinkClientId,
-                     config.strQuaylinkPassword, 1) != kLoggedIn) {
+                     config.strQuaylinkPassword, 1) != QL_LOGIN_LOGGED_IN) {
       // One fresh session; whatever it answers, the parts are sent: a refused login is
       // answered again by each confirmation, which the server then records or refuses.
       session->Disconnect();
@@ -149,7 +147,7 @@ void TTender::ConfirmTenders(bool bCancel) {
       (void)login->Login(config.strQuaylinkMerchantId, config.strQuaylinkClientId,
                          config.strQuaylinkPassword, 1);
     }
-    const int32_t confirm_code = bCancel ? 2 : 0;  // TRANSACTION_CONFIRMTYPE
+    const int32_t confirm_code = bCancel ? QL_CONFIRM_CANCELLED : QL_CONFIRM_AUTHORISED;
     for (const Part& part : parts_) {
       if (part.state != kStateAuthorised) continue;
       QlTransaction result;

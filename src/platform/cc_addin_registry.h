@@ -12,6 +12,10 @@ namespace ccaddin {
 // The component's key under HKEY_LOCAL_MACHINE, as the component passes it.
 inline constexpr const char* kCcAddinRegistryKey = "SOFTWARE\\Tamberin\\ccaddin\\";
 
+// lTillType of the "Rms" host, which prints through its own session's printer; every
+// other value is a till that passes the sale as arguments.
+inline constexpr int32_t kRmsTillType = 1;
+
 class TCcAddinRegistry {
  public:
   // Fills every property from the key, in table order; missing or unusable values take

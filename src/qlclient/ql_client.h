@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 
+#include "qlclient/ql_codes.h"
 #include "qlclient/ql_transaction.h"
 
 namespace ccaddin {
@@ -29,7 +30,7 @@ class QlParameters {
 class QlSession {
  public:
   virtual ~QlSession() = default;
-  // 0 online, 1 failed, 2 offline, 3 other.
+  // QL_CONNECT_*.
   [[nodiscard]] virtual int32_t Connect(QlParameters& oParms, bool bRetry, int32_t lReserved) = 0;
   virtual int32_t Disconnect() = 0;
   // What the card terminal shows now ("INSERT CARD", "ENTER PIN" ...); the window
@@ -41,7 +42,7 @@ class QlSession {
 class QlLogin {
  public:
   virtual ~QlLogin() = default;
-  // 1 logged in, 2 to 5 refused by the server, anything else failed.
+  // QL_LOGIN_*.
   [[nodiscard]] virtual int32_t Login(const std::string& strMerchantId,
                                       const std::string& strClientId,
                                       const std::string& strPassword, int32_t lReserved) = 0;
@@ -56,21 +57,18 @@ class QlCardReader {
   virtual int32_t Reset() = 0;
 };
 
-// Reader states: 0 unavailable, 1 waiting for a card, 2 inserted, 3 opened,
-// 7 processing, 8 remove card, 9 and 12 swiped on the device, 10 must be swiped on the
-// till, 11 not accepted, 13 tapped, 14 insert only, 15 insert or swipe.
 class QlCardReaderStatus {
  public:
   virtual ~QlCardReaderStatus() = default;
   // 0 when the reader answered (lReaderState is then fresh).
   [[nodiscard]] virtual int32_t Poll() = 0;
-  int32_t lReaderState = 0;
+  int32_t lReaderState = QL_READER_UNAVAILABLE;  // QL_READER_*
 };
 
 class QlCardEnquiry : public QlRequestError {
  public:
   virtual ~QlCardEnquiry() = default;
-  // 0 or 3 accepted, 1 failed, 2 fall back to swipe, 4 passed on.
+  // QL_ANSWER_*: done (or 3) accepted, failed, fall back to swipe, passed on.
   [[nodiscard]] virtual int32_t Enquire(int32_t lMode, const std::string& strPan,
                                         const std::string& strTrack, int32_t lDataEntry,
                                         int32_t lReserved) = 0;
@@ -86,12 +84,12 @@ class QlCardEnquiry : public QlRequestError {
   [[nodiscard]] virtual int32_t GetFuelPromptType(int32_t lIndex) = 0;
   [[nodiscard]] virtual int32_t GetCv2Length() = 0;
 
-  int32_t lCardDataType = 0;  // 1 swiped, 2 chip, 3 tapped, other keyed
+  int32_t lCardDataType = QL_ENTRY_KEYED;  // QL_ENTRY_*; any other value is keyed
   std::string strTrack;
   std::string strPan;
   std::string strExpiryDate;
   std::string strSchemeName;
-  int32_t lCardType = 0;           // 1 fuel card
+  int32_t lCardType = QL_CARD_PAYMENT;
   std::string strAllowedProducts;  // fuel cards: product codes the card may buy, ","-separated
   bool bBunkerCard = false;
 };
@@ -128,10 +126,9 @@ class QlDccEnquiry : public QlRequestError {
 class QlTransactionProcessor : public QlRequestError {
  public:
   virtual ~QlTransactionProcessor() = default;
-  // 0 done, 1 failed, 2 fall back to swipe, 3 PIN bypass asked, 4 passed on,
-  // 5 card enquiry needed.
+  // QL_ANSWER_*.
   [[nodiscard]] virtual int32_t Process(QlTransaction& oTrans) = 0;
-  // lAnswer 0 bypass accepted, 1 refused. 0 done, 1 failed.
+  // lAnswer: QL_PIN_BYPASS_*. Done or failed.
   [[nodiscard]] virtual int32_t AnswerPinBypass(int32_t lAnswer, QlTransaction& oTrans) = 0;
   // Whether the cardholder accepted the conversion offer: sent with the next Process.
   bool bDccAccepted = false;
@@ -140,7 +137,7 @@ class QlTransactionProcessor : public QlRequestError {
 class QlConfirm : public QlRequestError {
  public:
   virtual ~QlConfirm() = default;
-  // lConfirmCode 0 authorised, 1 declined, 2 cancelled. 0 done.
+  // lConfirmCode: QL_CONFIRM_*. 0 done.
   [[nodiscard]] virtual int32_t Confirm(const std::string& strClientId, int32_t lTransRefNo,
                                         int32_t lConfirmCode, const std::string& strAuthCode,
                                         bool bReserved, QlTransaction& oResult,

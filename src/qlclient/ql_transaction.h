@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string>
 
+#include "qlclient/ql_codes.h"
+
 namespace ccaddin {
 
 // Positions of the chip values printed by the receipt's chip data dump, by the bit
@@ -42,20 +44,19 @@ enum QlEmvValue : int {
 class QlTransaction {
  public:
   // --- card and request ---
-  int32_t lEntryMethodCode = 4;  // 0 keyed, 1 swiped, 2 chip, 3 tapped, 4 none
-  int32_t lMode = 0;             // 1 programmatic authorisation
-  std::string strPan;            // card number (masked when it came back from the server)
-  std::string strTrack;          // magnetic track data read by the till
-  std::string strExpiryDate;     // YYMM
-  std::string strStartDate;      // YYMM
+  int32_t lEntryMethodCode = QL_ENTRY_NONE;  // QL_ENTRY_*
+  int32_t lMode = 0;                         // 1 programmatic authorisation
+  std::string strPan;         // card number (masked when it came back from the server)
+  std::string strTrack;       // magnetic track data read by the till
+  std::string strExpiryDate;  // YYMM
+  std::string strStartDate;   // YYMM
   std::string strIssueNumber;
   std::string strCv2;
   int32_t lCv2Present = 0;           // 1 when strCv2 holds the digits from the card's back
   std::string strAddressDigits;      // numeric part of the cardholder's address
   std::string strPostcode;           // blanks removed
   std::string strReferenceText;      // operator's reference, printed "REF : "
-  int32_t lTransactionTypeCode = 0;  // 1 sale, 2 with cashback, 3 cash advance, 4 pre-auth,
-                                     // 5 final auth, 6 refund, 7 cheque auth, 8, 9 refund family
+  int32_t lTransactionTypeCode = 0;  // QL_TT_*
   std::string strAmount;             // minor units
   std::string strCashbackAmount;     // minor units
   std::string strGratuityAmount;     // minor units
@@ -71,14 +72,13 @@ class QlTransaction {
   std::string strSupplierId;
 
   // --- outcome ---
-  int32_t lStatus = 0;  // 1 authorised, 2 referred, 3 declined, 0 none
+  int32_t lStatus = QL_STATUS_NONE;  // QL_STATUS_*
   std::string strAuthCode;
   std::string strResponseText;
   int32_t lTransRefNo = 0;
-  int32_t lProcessingState = 0;  // 2: processed offline by the terminal
-  int32_t lAuthSource = 0;       // 1,6 device, 2 online, 3,7 voice, 4 pre-authorised, 5 stand-in
-  int32_t lCvmCode = 0;          // 0 none, 1 and 2 PIN, 3 signature, 4 PIN and signature,
-                                 // 5 cardholder device
+  int32_t lProcessingState = 0;    // QL_PROCESSED_*
+  int32_t lAuthSource = 0;         // QL_AUTHSRC_*
+  int32_t lCvmCode = QL_CVM_NONE;  // QL_CVM_*
   bool bCancelled = false;
   std::string strCv2AvsResult;    // CV2 and address check text
   std::string strAvailableSpend;  // minor units, contactless cards that report it
@@ -91,7 +91,7 @@ class QlTransaction {
   std::string strTerminalId;
   std::string strMerchantNo;
   std::string strSchemeName;
-  int32_t lCardType = 0;  // 0 payment card, 1 fuel card
+  int32_t lCardType = QL_CARD_PAYMENT;  // QL_CARD_*
 
   // --- chip ---
   std::string strAid;
@@ -106,8 +106,8 @@ class QlTransaction {
   std::string strBaseCurrencyText;  // till currency text on converted transactions
   std::string strBaseAmount;        // minor units of the till currency
   std::string strExchangeRate;
-  int32_t lTransCurrencyExponent = 2;  // decimals of the converted amount
-  int32_t lConversionState = 0;        // 1 offered, 2 accepted (amount converted), 3 refused
+  int32_t lTransCurrencyExponent = 2;      // decimals of the converted amount
+  int32_t lConversionState = QL_DCC_NONE;  // QL_DCC_*
   std::string strConversionStatement;
 
   // --- which details each receipt copy prints ---

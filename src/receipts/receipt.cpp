@@ -17,17 +17,10 @@ namespace ccaddin {
 
 namespace {
 
-constexpr int kEntryKeyed = 0;
-constexpr int kEntrySwiped = 1;
-constexpr int kEntryChip = 2;
-constexpr int kEntryContactless = 3;
-
-// The transaction's lStatus as the receipt reads it: 0 and 1 are both authorised, 1
-// meaning the authorisation was also confirmed ("TRANSACTION CONFIRMED").
-constexpr int kResultAuthorised = 0;
-constexpr int kResultConfirmed = 1;
-constexpr int kResultReferred = 2;
-constexpr int kResultDeclined = 3;
+// The receipt prints lStatus 0 as an authorisation not yet confirmed, and 1 as one the
+// server confirmed ("TRANSACTION CONFIRMED").
+constexpr int32_t kUnconfirmed = QL_STATUS_NONE;
+constexpr int32_t kConfirmed = QL_STATUS_AUTHORISED;
 
 const std::string kDots(TReceipt::kWidth, '.');
 
@@ -80,13 +73,13 @@ std::string Money(int64_t amount, int32_t exponent) {
 
 std::string EntryMethodName(int32_t code) {
   switch (code) {
-    case kEntryKeyed:
+    case QL_ENTRY_KEYED:
       return "KEYED";
-    case kEntrySwiped:
+    case QL_ENTRY_SWIPED:
       return "SWIPED";
-    case kEntryChip:
+    case QL_ENTRY_CHIP:
       return "ICC";
-    case kEntryContactless:
+    case QL_ENTRY_TAPPED:
       return "CONTACTLESS";
     default:
       return "";
@@ -95,17 +88,17 @@ std::string EntryMethodName(int32_t code) {
 
 std::string AuthSourceText(int32_t code) {
   switch (code) {
-    case 1:
-    case 6:
+    case QL_AUTHSRC_DEVICE:
+    case QL_AUTHSRC_DEVICE_2:
       return "DEVICE GENERATED";
-    case 2:
+    case QL_AUTHSRC_ONLINE:
       return "ONLINE";
-    case 3:
-    case 7:
+    case QL_AUTHSRC_VOICE:
+    case QL_AUTHSRC_VOICE_OFFLINE:
       return "VOICE AUTH";
-    case 4:
+    case QL_AUTHSRC_PREAUTHORISED:
       return "PRE-AUTHORISED";
-    case 5:
+    case QL_AUTHSRC_STAND_IN:
       return "STAND-iN";
     default:
       return "";
@@ -114,14 +107,14 @@ std::string AuthSourceText(int32_t code) {
 
 std::string VerificationText(int32_t cvm, int32_t result) {
   switch (cvm) {
-    case 1:
-    case 2:
+    case QL_CVM_PIN:
+    case QL_CVM_PIN_2:
       return "PIN VERIFIED";
-    case 3:
-      return result == kResultDeclined ? "" : "SIGNATURE";
-    case 4:
+    case QL_CVM_SIGNATURE:
+      return result == QL_STATUS_DECLINED ? "" : "SIGNATURE";
+    case QL_CVM_PIN_AND_SIGNATURE:
       return "PIN AND SIGNATURE";
-    case 5:
+    case QL_CVM_CARDHOLDER_DEVICE:
       return "CARDHOLDER DEVICE";
     default:
       return "NO VERIFICATION";
@@ -168,6 +161,7 @@ int32_t TReceipt::WriteReceiptFile(const QlTransaction& oTrans, const TTillInfor
                                    bool bDuplicate, const std::string& strFileName,
                                    bool bMemoryOnly) {
   receipt_.clear();
+  signature_line_ = false;
   bool spoilt = false;
   std::string file_path;
   const int32_t result =
@@ -303,8 +297,8 @@ bool TReceipt::PrintCardNameExpDate(const Composition& c) {
     const bool print_issue = c.merchant_copy ? t.bMerchPrintIssueNo : t.bCustPrintIssueNo;
     const std::string masked_pan =
         CreditCardCommon::GroupInFours(CreditCardCommon::MaskCardNumber(t.strPan));
-    const bool chip = t.lEntryMethodCode == kEntryChip;
-    const bool contactless = t.lEntryMethodCode == kEntryContactless;
+    const bool chip = t.lEntryMethodCode == QL_ENTRY_CHIP;
+    const bool contactless = t.lEntryMethodCode == QL_ENTRY_TAPPED;
 
     if (contactless) {
       const std::string label =
@@ -338,8 +332,8 @@ bool TReceipt::PrintCardNameExpDate(const Composition& c) {
       }
       if (chip) {
         if (!t.strCryptogram.empty()) {
-          AddLine(JoinLeftRight((t.lStatus == kResultDeclined ? "AAC: " : "TC: ") + t.strCryptogram,
-                                ""));
+          AddLine(JoinLeftRight(
+              (t.lStatus == QL_STATUS_DECLINED ? "AAC: " : "TC: ") + t.strCryptogram, ""));
         }
         PrintChipDataDump(c);
       }
@@ -396,8 +390,8 @@ bool TReceipt::PrintTransAmountDetails(const Composition& c) {
                                            {"CHEQUE AUTH", nullptr, true},
                                            {"PRE AUTH", "PRE AUTH (CANCELLED)", false},
                                            {"FINAL REFUND", nullptr, true}};
-    if (type >= 1 && type <= 9) {
-      const TypeLines& lines = kTypes[type - 1];
+    if (type >= QL_TT_SALE && type <= QL_TT_FINAL_REFUND) {
+      const TypeLines& lines = kTypes[type - QL_TT_SALE];
       if (!t.bCancelled) {
         AddLine(lines.name);
       } else if (lines.cancelled_on_own_line) {
@@ -410,7 +404,7 @@ bool TReceipt::PrintTransAmountDetails(const Composition& c) {
       AddLine("");
     }
 
-    if (t.lCardType == 1) {
+    if (t.lCardType == QL_CARD_FUEL) {
       if (c.products != nullptr) {
         for (int32_t i = 0; i < c.products->lReceiptLines(); ++i) {
           AddLine(c.products->GetReceiptLine(i, c.merchant_copy));
@@ -423,16 +417,16 @@ bool TReceipt::PrintTransAmountDetails(const Composition& c) {
         if (c.supp_id_prompted && !t.strSupplierId.empty()) AddLine("SUPPID: " + t.strSupplierId);
       }
     } else {
-      const bool converted = t.lConversionState == 2;
+      const bool converted = t.lConversionState == QL_DCC_ACCEPTED;
       const std::string& currency = converted ? t.strBaseCurrencyText : t.strCurrencyText;
       const int64_t sale_amount = AmountOf(converted ? t.strBaseAmount : t.strAmount);
       const int64_t cash_amount = AmountOf(t.strCashbackAmount);
       const int64_t gratuity_amount = AmountOf(t.strGratuityAmount);
       const std::string sale = currency + Money(sale_amount, lCurrencyExponent);
       const std::string cash = currency + Money(cash_amount, lCurrencyExponent);
-      if (type == 1 || (type >= 4 && type <= 9)) {
+      if (type == QL_TT_SALE || (type >= QL_TT_PREAUTH && type <= QL_TT_FINAL_REFUND)) {
         AddLine(JoinLeftRight("AMOUNT ", sale));
-      } else if (type == 3) {
+      } else if (type == QL_TT_CASH_ADVANCE) {
         AddLine(JoinLeftRight("CASH ", cash));
       } else {
         AddLine(JoinLeftRight("AMOUNT ", sale));
@@ -455,12 +449,13 @@ bool TReceipt::PrintTransAmountDetails(const Composition& c) {
       }
     }
 
-    if ((t.lStatus == kResultAuthorised || t.lStatus == kResultConfirmed) && !t.bCancelled) {
+    if ((t.lStatus == kUnconfirmed || t.lStatus == kConfirmed) && !t.bCancelled) {
       AddBlankLines(1);
-      const bool debit = (type >= 1 && type <= 5) || type == 7;
+      const bool debit =
+          (type >= QL_TT_SALE && type <= QL_TT_FINALAUTH) || type == QL_TT_CHEQUE_AUTH;
       AddLine(CentreText(debit ? "YOUR ACCOUNT WILL BE DEBITED" : "YOUR ACCOUNT WILL BE CREDITED"));
       AddLine(CentreText("WITH THE ABOVE AMOUNT"));
-      if (t.lStatus == kResultConfirmed) {
+      if (t.lStatus == kConfirmed) {
         AddBlankLines(1);
         AddLine(CentreText("TRANSACTION CONFIRMED"));
       }
@@ -481,13 +476,13 @@ bool TReceipt::PrintTrailor(const Composition& c) {
     const std::string source = AuthSourceText(t.lAuthSource);
     const std::string entry_line = entry + " " + verification;
 
-    if (t.lConversionState == 2) {
+    if (t.lConversionState == QL_DCC_ACCEPTED) {
       WordWrap(t.strConversionStatement);
       AddBlankLines(1);
     }
 
     auto available_spend = [&] {
-      if (!c.merchant_copy && t.lEntryMethodCode == kEntryContactless &&
+      if (!c.merchant_copy && t.lEntryMethodCode == QL_ENTRY_TAPPED &&
           !t.strAvailableSpend.empty()) {
         AddLine(JoinLeftRight("AVAILABLE SPEND: ",
                               Trim(t.strCurrencyText) +
@@ -504,8 +499,8 @@ bool TReceipt::PrintTrailor(const Composition& c) {
     };
 
     switch (t.lStatus) {
-      case kResultAuthorised:
-      case kResultConfirmed:
+      case kUnconfirmed:
+      case kConfirmed:
         if (t.bCancelled) {
           closed_block("TRANSACTION CANCELLED");
           break;
@@ -518,13 +513,13 @@ bool TReceipt::PrintTrailor(const Composition& c) {
           AddLine(Upper("AUTH CODE:" + t.strAuthCode));
         }
         AddLine(entry_line);
-        if (t.lStatus != kResultAuthorised && print_source) AddLine("AUTH SOURCE : " + source);
+        if (t.lStatus != kUnconfirmed && print_source) AddLine("AUTH SOURCE : " + source);
         available_spend();
         break;
-      case kResultReferred:
+      case QL_STATUS_REFERRED:
         closed_block("TRANSACTION REFERRED");
         break;
-      case kResultDeclined:
+      case QL_STATUS_DECLINED:
         closed_block("TRANSACTION DECLINED");
         break;
       default:
@@ -542,9 +537,10 @@ bool TReceipt::PrintTrailor(const Composition& c) {
 void TReceipt::PrintSignatureLines(const Composition& c) {
   const QlTransaction& t = c.trans;
   const int32_t type = t.lTransactionTypeCode;
-  const bool refund_family = type == 6 || type == 8 || type == 9;
+  const bool refund_family = IsRefundFamily(type);
   const bool customer_present = t.lCustomerPresence == 1;
-  const bool signature_verified = customer_present && (t.lCvmCode == 3 || t.lCvmCode == 4);
+  const bool signature_verified = customer_present && (t.lCvmCode == QL_CVM_SIGNATURE ||
+                                                       t.lCvmCode == QL_CVM_PIN_AND_SIGNATURE);
   const char* caption = nullptr;
   if (c.refund_sig_on_merch_copy) {
     if (c.merchant_copy && signature_verified) caption = "(Cardholder Signature)";
@@ -554,6 +550,7 @@ void TReceipt::PrintSignatureLines(const Composition& c) {
     caption = "(Cardholder Signature)";
   }
   if (caption != nullptr) {
+    signature_line_ = true;
     AddLine(kDots);
     AddLine(caption);
   }

@@ -59,6 +59,9 @@ class TReceipt {
   [[nodiscard]] const std::string& strShortReceiptFileName() const { return short_name_; }
   [[nodiscard]] const std::string& strLongReceiptFileName() const { return long_name_; }
   [[nodiscard]] const std::string& strReceipt() const { return receipt_; }
+  // The composed copy carries a signature line (a cardholder's or the merchant's), so the
+  // paper it is printed on, or the till's own print of it, must be signed.
+  [[nodiscard]] bool bSignatureLine() const { return signature_line_; }
 
   DateTime dtDate;
   std::string strTime;  // "HHMM"
@@ -112,6 +115,7 @@ class TReceipt {
   std::string short_name_;
   std::string long_name_;
   std::string receipt_;
+  bool signature_line_ = false;
   std::string error_message_;
 };
 

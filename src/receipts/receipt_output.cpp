@@ -5,6 +5,7 @@
 #include <string>
 
 #include "payment/credit_card_common.h"
+#include "platform/cc_addin_registry.h"
 #include "platform/trap.h"
 #include "receipts/escpos_printer.h"
 #include "receipts/os_printer.h"
@@ -20,7 +21,6 @@ namespace {
 constexpr int32_t kOsPrinter = 0;
 constexpr int32_t kPosPrinter = 1;
 constexpr int32_t kSerialPrinter = 2;
-constexpr int32_t kRmsTill = 1;
 constexpr int32_t kClaimTimeoutMs = 5000;
 constexpr int32_t kFullCut = 100;
 
@@ -59,7 +59,7 @@ void PrintOnPosPrinter(PosPrinter* window_printer, const std::string& text, bool
   std::unique_ptr<PosPrinter> own;
   PosPrinter* host = nullptr;
   PosPrinter* printer = nullptr;
-  if (config.lTillType == kRmsTill) {
+  if (config.lTillType == kRmsTillType) {
     own = std::make_unique<RmsPosPrinter>(config.oRmsSession, config.lRmsReceiptPrinterNo);
     host = own.get();
     printer = host;

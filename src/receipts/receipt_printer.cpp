@@ -1,22 +1,19 @@
 #include "receipts/receipt_printer.h"
 
 #include "payment/credit_card_common.h"
+#include "platform/cc_addin_registry.h"
 
 namespace ccaddin {
 
-namespace {
-constexpr int32_t kRmsTill = 1;
-}  // namespace
-
 int32_t OpenReceiptPrinter(PosPrinter* oPrinter, const std::string& strDeviceName,
                            PosPrinter* oHostPrinter) {
-  PosPrinter* printer = Shared().lTillType == kRmsTill ? oHostPrinter : oPrinter;
+  PosPrinter* printer = Shared().lTillType == kRmsTillType ? oHostPrinter : oPrinter;
   if (printer == nullptr) return OPOS_E_NOEXIST;
   return printer->Open(strDeviceName);
 }
 
 int32_t CloseReceiptPrinter(PosPrinter* oPrinter) {
-  if (Shared().lTillType == kRmsTill || oPrinter == nullptr) return OPOS_SUCCESS;
+  if (Shared().lTillType == kRmsTillType || oPrinter == nullptr) return OPOS_SUCCESS;
   return oPrinter->Close();
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/trap.h"
+#include "ui/form_call_scope.h"
 
 namespace ccaddin {
 
@@ -265,6 +266,7 @@ void Form::PressKey(int16_t key) {
   if (target->handlers_.key_press) {
     Raise(target->name_ + "_KeyPress", [&] { target->handlers_.key_press(key_ascii); });
   }
+  if (key_ascii == kKeyTab) return FocusNext();
   if (key_ascii != 0 && stage_ == Stage::Shown) EditText(*target, key_ascii);
 }
 
@@ -318,6 +320,11 @@ void Form::Announce(const Control& control, Property property) {
   if (property == Property::Visible || property == Property::Enabled) KeepFocusUsable();
 }
 
+void Form::Refresh() {
+  const std::vector<FormObserver*> observers = observers_;
+  for (FormObserver* o : observers) o->FormChanged(FormProperty::Refresh);
+}
+
 void Form::AnnounceForm(FormProperty property) {
   ++visible_changes_;
   const std::vector<FormObserver*> observers = observers_;
@@ -332,7 +339,12 @@ void Form::Raise(std::string_view handler, Body&& body) noexcept {
   } catch (...) {
     return;
   }
-  TrapVoid(error_message_, prefix, std::forward<Body>(body));
+  const bool ran = Trap(error_message_, prefix, false, [&] {
+    std::forward<Body>(body)();
+    return true;
+  });
+  // The window carries on; the call's journal keeps the failure for the support desk.
+  if (!ran && CurrentFormJournal() != nullptr) CurrentFormJournal()->LogError(error_message_);
 }
 
 void Form::RaiseEvent(Control& control, const std::function<void()>& handler, const char* event) {

@@ -21,7 +21,7 @@
 namespace ccaddin {
 
 // Form-level properties a view mirrors.
-enum class FormProperty : uint8_t { Caption, Geometry, TopMost, Focus, Stage };
+enum class FormProperty : uint8_t { Caption, Geometry, TopMost, Focus, Stage, Refresh };
 
 class FormObserver {
  public:
@@ -54,9 +54,13 @@ class Form {
   [[nodiscard]] bool TopMost() const { return top_most_; }
   void SetTopMost(bool top_most);
   [[nodiscard]] Stage CurrentStage() const { return stage_; }
+  // Paints the window now, in the middle of a handler that has not yet let the loop run
+  // (a frame shown just before a request that waits). Changes nothing in the model.
+  void Refresh();
 
   // ---- Controls, in design order (which is also the tab order unless changed). ----
   [[nodiscard]] const std::deque<Control>& Controls() const { return controls_; }
+  [[nodiscard]] std::deque<Control>& Controls() { return controls_; }
   [[nodiscard]] Control* Find(std::string_view name, int32_t index = -1);
   [[nodiscard]] const Control* Find(std::string_view name, int32_t index = -1) const;
   // The control, or a Failure ("frmKeypad has no control cmdX") that the handler
@@ -96,8 +100,8 @@ class Form {
   // A key on the focused control. Tab moves the focus; Enter clicks a focused button or
   // else the default button; Escape the cancel button; Space a focused button. Other
   // keys go to the focused text box's KeyPress handler, which may swallow the key (0)
-  // or replace it, and then edit the text: backspace and delete (127) remove, other
-  // characters replace the selection unless the text is at its maximum length.
+  // or replace it (a Tab moves the focus on), and then edit the text: backspace and delete (127)
+  // remove, other characters replace the selection unless the text is at its maximum length.
   void PressKey(int16_t key);
   // The operator moved the caret or selected text in a view.
   void SetSelection(Control& box, int32_t start, int32_t length);

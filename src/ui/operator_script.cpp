@@ -352,7 +352,8 @@ std::optional<OperatorScript> OperatorScript::Parse(std::string_view content,
   script.name_ = name;
   LineParser parser(forms);
   std::vector<std::pair<int32_t, std::string>> lines;
-  const size_t first = content.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
+  if (content.starts_with("\xEF\xBB\xBF")) content.remove_prefix(3);  // an editor's UTF-8 mark
+  const size_t first = content.find_first_not_of(" \t\r\n");
   const bool json =
       first != std::string_view::npos && (content[first] == '[' || content[first] == '{');
   try {

@@ -110,7 +110,8 @@ void ModelOperator::Click(Control& control) {
 
 void ModelOperator::Type(Control& box, const std::string& text) {
   Form& form = box.Owner();
-  if (!box.HasFocus()) form.Click(box);
+  form.Click(box);
+  box.SetSelStart(static_cast<int32_t>(box.Text().size()));
   for (const char ch : text) form.PressKey(static_cast<int16_t>(static_cast<unsigned char>(ch)));
 }
 
@@ -183,13 +184,16 @@ bool ScriptRunner::Poll(const std::vector<Form*>& open, ScriptOperator& op, int6
     return true;
   }
   if (!Blocked(open, step).empty()) return false;
+  if (step.action == A::Wait) {
+    if (!wait_until_) wait_until_ = now_ms + step.wait_ms;
+    if (now_ms < *wait_until_) return false;
+    wait_until_.reset();
+  }
+  // The step is taken before it acts: a handler that lets the loop run (a request that
+  // waits) may bring the runner back, and it must go on with the next step.
+  ++next_;
   Form& front = *open.back();
   switch (step.action) {
-    case A::Wait:
-      if (!wait_until_) wait_until_ = now_ms + step.wait_ms;
-      if (now_ms < *wait_until_) return false;
-      wait_until_.reset();
-      break;
     case A::Click:
       op.Click(*front.Find(step.target.control, step.target.index));
       break;
@@ -209,10 +213,10 @@ bool ScriptRunner::Poll(const std::vector<Form*>& open, ScriptOperator& op, int6
       if (form != nullptr) op.Picture(*form, ControlOf(open, step.target), step.text);
       break;
     }
+    case A::Wait:
     case A::Expect:
       break;
   }
-  ++next_;
   return true;
 }
 

@@ -37,13 +37,22 @@ class ScriptOperator {
   }
 };
 
-// The operator that acts on the model itself: the headless loop's.
+// The operator that acts on the model itself: the headless loop's. Pictures go to
+// `picture` when given (a drawing of the model, for tests that link a toolkit).
 class ModelOperator final : public ScriptOperator {
  public:
+  using Drawer = std::function<void(Form& form, const Control* part, const std::string& file)>;
+  explicit ModelOperator(Drawer picture = {}) : picture_(std::move(picture)) {}
   void Click(Control& control) override;
   void Type(Control& box, const std::string& text) override;
   void Press(Form& form, int16_t key) override;
   void Close(Form& form) override;
+  void Picture(Form& form, const Control* part, const std::string& file_name) override {
+    if (picture_) picture_(form, part, file_name);
+  }
+
+ private:
+  Drawer picture_;
 };
 
 class ScriptRunner {

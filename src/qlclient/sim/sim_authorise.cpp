@@ -45,13 +45,13 @@ Magic MagicFor(int32_t amount) {
       m.pin_bypass = true;
       break;
     case 10004:
-      m.process_result = 2;
+      m.process_result = QL_ANSWER_FALLBACK;
       break;
     case 10005:
       m.outcome = CardOutcome::kDeclined;
       break;
     case 10006:
-      m.process_result = 4;
+      m.process_result = QL_ANSWER_PASSED_ON;
       break;
     case 10009:
       m.reenquiry = true;
@@ -60,15 +60,15 @@ Magic MagicFor(int32_t amount) {
       m.offline = true;
       break;
     case 10051:
-      m.process_result = 1;
+      m.process_result = QL_ANSWER_FAILED;
       m.error_code = kServerError;
       break;
-    case 10200:
-    case 30001:
-    case 30003:
-    case 30006:
-    case 30056:
-      m.process_result = 1;
+    case QL_ERR_NO_HOST_RESPONSE:
+    case QL_ERR_CONNECTION_LOST:
+    case QL_ERR_CONNECTION_CLOSED:
+    case QL_ERR_TIMEOUT:
+    case QL_ERR_CONNECTION_RESET:
+      m.process_result = QL_ANSWER_FAILED;
       m.error_code = amount;
       break;
     default:
@@ -79,17 +79,17 @@ Magic MagicFor(int32_t amount) {
 
 std::string ErrorTextFor(int32_t code) {
   switch (code) {
-    case 10100:
+    case kServerError:
       return "SERVER ERROR - TRANSACTION NOT PROCESSED";
-    case 10200:
+    case QL_ERR_NO_HOST_RESPONSE:
       return "NO RESPONSE FROM AUTHORISATION HOST";
-    case 30001:
+    case QL_ERR_CONNECTION_LOST:
       return "CONNECTION TO SERVER LOST";
-    case 30003:
+    case QL_ERR_CONNECTION_CLOSED:
       return "SERVER CLOSED THE CONNECTION";
-    case 30006:
+    case QL_ERR_TIMEOUT:
       return "TIMEOUT WAITING FOR SERVER";
-    case 30056:
+    case QL_ERR_CONNECTION_RESET:
       return "CONNECTION RESET BY SERVER";
     default:
       return "ERROR " + std::to_string(code);
@@ -118,13 +118,13 @@ void Authorise(Terminal& t, QlTransaction& trans, CardOutcome outcome, int32_t c
   trans.strSchemeName = card.scheme;
   trans.strTerminalId = c.terminal_id;
   trans.strMerchantNo = c.merchant_no;
-  trans.lCardType = card.fuel ? 1 : 0;
+  trans.lCardType = card.fuel ? QL_CARD_FUEL : QL_CARD_PAYMENT;
   trans.lCvmCode = cvm;
   trans.strToken = card.token;
   trans.strTransDate = TwoDigits(now.year) + TwoDigits(now.month) + TwoDigits(now.day);
   trans.strTransTime = now.Hhmmss();
   trans.strCurrencyText = CurrencyText(t, trans.strCurrencyCode);
-  const bool chip = t.entry_code == 2 || t.entry_code == 3;
+  const bool chip = t.entry_code == QL_ENTRY_CHIP || t.entry_code == QL_ENTRY_TAPPED;
   trans.strAid = chip ? card.aid : "";
   trans.strAppLabel = chip ? card.app_label : "";
   trans.strAppPreferredName = chip ? card.app_label : "";
@@ -135,23 +135,23 @@ void Authorise(Terminal& t, QlTransaction& trans, CardOutcome outcome, int32_t c
   trans.bMerchPrintAuthSource = true;
   trans.bMerchPrintCvm = true;
   trans.bCustPrintCvm = true;
-  trans.strAvailableSpend = t.entry_code == 3 ? card.available_spend : "";
-  if (t.entry_code == 0)
+  trans.strAvailableSpend = t.entry_code == QL_ENTRY_TAPPED ? card.available_spend : "";
+  if (t.entry_code == QL_ENTRY_KEYED)
     trans.strCv2AvsResult =
         trans.strCv2.empty() ? "CV2 NOT CHECKED" : "CV2 MATCHED ADDRESS MATCHED";
   trans.strCv2.clear();
   trans.lCv2Present = 0;
   const bool offline = offline_by_device || !t.online;
-  trans.lProcessingState = offline ? 2 : 1;
-  trans.lAuthSource = offline ? 1 : 2;
-  trans.lStatus = outcome == CardOutcome::kAuthorised ? 1
-                  : outcome == CardOutcome::kReferred ? 2
-                                                      : 3;
+  trans.lProcessingState = offline ? QL_PROCESSED_OFFLINE : QL_PROCESSED_ONLINE;
+  trans.lAuthSource = offline ? QL_AUTHSRC_DEVICE : QL_AUTHSRC_ONLINE;
+  trans.lStatus = outcome == CardOutcome::kAuthorised ? QL_STATUS_AUTHORISED
+                  : outcome == CardOutcome::kReferred ? QL_STATUS_REFERRED
+                                                      : QL_STATUS_DECLINED;
   trans.bCancelled = false;
-  trans.strResponseText = trans.lStatus == 1   ? "AUTHORISED"
-                          : trans.lStatus == 2 ? "REFERRAL - CALL AUTH CENTRE"
-                                               : "DECLINED";
-  if (trans.lStatus == 2) {
+  trans.strResponseText = trans.lStatus == QL_STATUS_AUTHORISED ? "AUTHORISED"
+                          : trans.lStatus == QL_STATUS_REFERRED ? "REFERRAL - CALL AUTH CENTRE"
+                                                                : "DECLINED";
+  if (trans.lStatus == QL_STATUS_REFERRED) {
     trans.strReferralPhoneNo = c.referral_phone;
     trans.strReferralMerchantId = c.merchant_no;
     trans.strReferralPan = MaskPan(t.card_pan);
@@ -160,7 +160,7 @@ void Authorise(Terminal& t, QlTransaction& trans, CardOutcome outcome, int32_t c
     trans.strReferralIssueNo = card.issue_number;
   }
   const int32_t ref = t.store->Add(trans, offline);
-  if (trans.lStatus == 1) {
+  if (trans.lStatus == QL_STATUS_AUTHORISED) {
     char code[8];
     std::snprintf(code, sizeof code, "%06d",
                   static_cast<int>((static_cast<int64_t>(ref) * 7919 + 104729) % 1000000));
@@ -175,16 +175,18 @@ void Authorise(Terminal& t, QlTransaction& trans, CardOutcome outcome, int32_t c
     e[QL_EMV_APPLABEL] = card.app_label;
     e[QL_EMV_PREFAPPLABEL] = card.app_label;
     e[QL_EMV_TRANSCRYPTOGRAM] = trans.strCryptogram;
-    e[QL_EMV_TVR] = trans.lStatus == 3 ? "0000048000" : "0000008000";
-    e[QL_EMV_RESPONSECODE] = trans.lStatus == 1 ? "00" : trans.lStatus == 2 ? "01" : "05";
+    e[QL_EMV_TVR] = trans.lStatus == QL_STATUS_DECLINED ? "0000048000" : "0000008000";
+    e[QL_EMV_RESPONSECODE] = trans.lStatus == QL_STATUS_AUTHORISED ? "00"
+                             : trans.lStatus == QL_STATUS_REFERRED ? "01"
+                                                                   : "05";
     e[QL_EMV_CRYPTOAMT] = trans.strAmount;
-    e[QL_EMV_CRYPTOTYPE] = trans.lStatus == 3 ? "AAC" : "TC";
+    e[QL_EMV_CRYPTOTYPE] = trans.lStatus == QL_STATUS_DECLINED ? "AAC" : "TC";
     e[QL_EMV_TERMTRANSDATE] = trans.strTransDate;
     e[QL_EMV_UNPREDICTABLENO] = Hex(seed >> 32, 8);
     e[QL_EMV_IAD] = "06010A03A0B800";
     e[QL_EMV_AUC] = "FF00";
-    e[QL_EMV_CID] = trans.lStatus == 3 ? "00" : "40";
-    e[QL_EMV_CVNR] = cvm == 1 || cvm == 2 ? "420300" : cvm == 0 ? "1F0302" : "5E0300";
+    e[QL_EMV_CID] = trans.lStatus == QL_STATUS_DECLINED ? "00" : "40";
+    e[QL_EMV_CVNR] = IsPinCvm(cvm) ? "420300" : cvm == QL_CVM_NONE ? "1F0302" : "5E0300";
     e[QL_EMV_APPVERSION] = "0096";
     e[QL_EMV_TSI] = "E800";
     e[QL_EMV_TERMTYPE] = "22";
@@ -203,23 +205,24 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
  public:
   int32_t Process(QlTransaction& oTrans) override {
     Terminal* t = Current();
-    if (!Ready(t, *this)) return 1;
+    if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "Processor.Process", result, &lErrorCode, strErrorText)) return result;
     if (!t->card && !TakeTillCard(*t, oTrans)) {
       // The terminal has no card for this transaction: the till must enquire first.
-      return 5;
+      return QL_ANSWER_ENQUIRY_NEEDED;
     }
     const int32_t amount = ToInt(oTrans.strAmount);
     (void)ToInt(oTrans.strCashbackAmount);  // a malformed cashback fails like a malformed amount
-    if (oTrans.lTransactionTypeCode < 1 || oTrans.lTransactionTypeCode > 9) {
+    if (oTrans.lTransactionTypeCode < QL_TT_SALE ||
+        oTrans.lTransactionTypeCode > QL_TT_FINAL_REFUND) {
       lErrorCode = kBadRequest;
       strErrorText = "INVALID TRANSACTION TYPE";
       return 1;
     }
     const Magic m = t->config->magic_amounts ? MagicFor(amount) : Magic{};
-    if (m.process_result != 0) {
-      if (m.process_result == 1) {
+    if (m.process_result != QL_ANSWER_DONE) {
+      if (m.process_result == QL_ANSWER_FAILED) {
         lErrorCode = m.error_code;
         strErrorText = ErrorTextFor(m.error_code);
         t->status = "COMMUNICATIONS ERROR";
@@ -229,28 +232,28 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     if (m.reenquiry && !t->reenquiry_asked) {
       t->reenquiry_asked = true;
       t->card.reset();
-      return 5;
+      return QL_ANSWER_ENQUIRY_NEEDED;
     }
     t->reenquiry_asked = false;
     const SimCard& card = *t->card;
-    if ((card.pin_bypass || m.pin_bypass) && !t->pin_bypass_answered &&
-        (card.cvm == 1 || card.cvm == 2)) {
+    if ((card.pin_bypass || m.pin_bypass) && !t->pin_bypass_answered && IsPinCvm(card.cvm)) {
       t->pin_bypass_pending = true;
       Show(*t, "PIN BYPASS?");
-      return 3;
+      return QL_ANSWER_PIN_BYPASS;
     }
-    if (card.cvm == 1 || card.cvm == 2) Show(*t, "ENTER PIN");
+    if (IsPinCvm(card.cvm)) Show(*t, "ENTER PIN");
     Show(*t, "PROCESSING");
-    if (oTrans.lConversionState == 2 && !card.dcc_currency.empty()) Convert(*t, oTrans);
+    if (oTrans.lConversionState == QL_DCC_ACCEPTED && !card.dcc_currency.empty())
+      Convert(*t, oTrans);
     const CardOutcome outcome = m.outcome ? *m.outcome : card.outcome;
     Authorise(*t, oTrans, outcome, card.cvm, m.offline);
     Finish(*t, oTrans);
-    return 0;
+    return QL_ANSWER_DONE;
   }
 
   int32_t AnswerPinBypass(int32_t lAnswer, QlTransaction& oTrans) override {
     Terminal* t = Current();
-    if (!Ready(t, *this)) return 1;
+    if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "Processor.AnswerPinBypass", result, &lErrorCode, strErrorText)) return result;
     if (!t->pin_bypass_pending || !t->card) {
@@ -262,15 +265,15 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     t->pin_bypass_answered = true;
     Show(*t, "PROCESSING");
     // A bypassed PIN falls back to a signature; a refused bypass ends the card's go.
-    if (lAnswer == 0) {
-      Authorise(*t, oTrans, t->card->outcome, 3, false);
+    if (lAnswer == QL_PIN_BYPASS_ACCEPT) {
+      Authorise(*t, oTrans, t->card->outcome, QL_CVM_SIGNATURE, false);
     } else {
-      Authorise(*t, oTrans, CardOutcome::kDeclined, 0, false);
+      Authorise(*t, oTrans, CardOutcome::kDeclined, QL_CVM_NONE, false);
       oTrans.strResponseText = "PIN REQUIRED - DECLINED";
       t->store->Update(oTrans.lTransRefNo, StoreState::kPending, oTrans);
     }
     Finish(*t, oTrans);
-    return 0;
+    return QL_ANSWER_DONE;
   }
 
  private:
@@ -294,17 +297,17 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
       t.card->entry = entry;
       t.card_pan = pan;
       t.card_expiry = expiry;
-      t.entry_code = entry == CardEntry::kSwipe ? 1 : 0;
+      t.entry_code = entry == CardEntry::kSwipe ? QL_ENTRY_SWIPED : QL_ENTRY_KEYED;
       return true;
     }
     if (t.started && t.config->terminal_reads_card) {
       t.card = PresentedCard(t);
       t.card_pan = t.card->pan;
       t.card_expiry = t.card->expiry;
-      t.entry_code = t.card->entry == CardEntry::kTap     ? 3
-                     : t.card->entry == CardEntry::kSwipe ? 1
-                     : t.card->entry == CardEntry::kKeyed ? 0
-                                                          : 2;
+      t.entry_code = t.card->entry == CardEntry::kTap     ? QL_ENTRY_TAPPED
+                     : t.card->entry == CardEntry::kSwipe ? QL_ENTRY_SWIPED
+                     : t.card->entry == CardEntry::kKeyed ? QL_ENTRY_KEYED
+                                                          : QL_ENTRY_CHIP;
       return true;
     }
     return false;
@@ -330,8 +333,10 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
   }
 
   static void Finish(Terminal& t, QlTransaction& trans) {
-    Show(t, trans.lStatus == 1 ? "APPROVED" : trans.lStatus == 2 ? "REFERRAL" : "DECLINED");
-    if (t.entry_code == 2) Show(t, "REMOVE CARD");
+    Show(t, trans.lStatus == QL_STATUS_AUTHORISED ? "APPROVED"
+            : trans.lStatus == QL_STATUS_REFERRED ? "REFERRAL"
+                                                  : "DECLINED");
+    if (t.entry_code == QL_ENTRY_CHIP) Show(t, "REMOVE CARD");
     t.card.reset();
     t.card_pan.clear();
     t.pin_bypass_answered = false;

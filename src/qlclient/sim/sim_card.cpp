@@ -38,13 +38,13 @@ std::vector<SimCard> MakeCatalogue() {
 
   SimCard sig =
       Card("mc_chip_signature", "chip, signature verified", "5413330089010434", "MASTERCARD");
-  sig.cvm = 3;
+  sig.cvm = QL_CVM_SIGNATURE;
   cards.push_back(sig);
 
   SimCard tap =
       Card("visa_contactless", "contactless, no verification", "4761739001010119", "VISA");
   tap.entry = CardEntry::kTap;
-  tap.cvm = 0;
+  tap.cvm = QL_CVM_NONE;
   tap.available_spend = "7500";
   tap.app_label = "VISA DEBIT";
   cards.push_back(tap);
@@ -52,12 +52,12 @@ std::vector<SimCard> MakeCatalogue() {
   SimCard tap_pin = Card("mc_contactless_pin", "contactless above the limit, PIN",
                          "5413330089020011", "MASTERCARD");
   tap_pin.entry = CardEntry::kTap;
-  tap_pin.cvm = 1;
+  tap_pin.cvm = QL_CVM_PIN;
   cards.push_back(tap_pin);
 
   SimCard swipe = Card("visa_swipe", "magnetic stripe only, signature", "4111111111111111", "VISA");
   swipe.entry = CardEntry::kSwipe;
-  swipe.cvm = 3;
+  swipe.cvm = QL_CVM_SIGNATURE;
   swipe.start_date = "2101";
   swipe.issue_number = "01";
   cards.push_back(swipe);
@@ -65,7 +65,7 @@ std::vector<SimCard> MakeCatalogue() {
   SimCard keyed = Card("amex_keyed", "keyed (customer not present): expiry and CV2 asked",
                        "374245455400126", "AMEX");
   keyed.entry = CardEntry::kKeyed;
-  keyed.cvm = 0;
+  keyed.cvm = QL_CVM_NONE;
   keyed.entry_prompts = {1, 0, 0, 1, 2, 2, 2};
   keyed.cv2_length = 4;
   cards.push_back(keyed);
@@ -73,7 +73,7 @@ std::vector<SimCard> MakeCatalogue() {
   SimCard fallback = Card("mc_fallback", "chip unreadable: fall back to the stripe",
                           "5555555555554444", "MASTERCARD");
   fallback.needs_fallback = true;
-  fallback.cvm = 3;
+  fallback.cvm = QL_CVM_SIGNATURE;
   cards.push_back(fallback);
 
   SimCard refused = Card("discover_not_accepted", "the reader does not accept the card",
@@ -85,7 +85,7 @@ std::vector<SimCard> MakeCatalogue() {
                             "2223000048400011", "MASTERCARD");
   must_swipe.must_swipe_on_till = true;
   must_swipe.entry = CardEntry::kSwipe;
-  must_swipe.cvm = 3;
+  must_swipe.cvm = QL_CVM_SIGNATURE;
   cards.push_back(must_swipe);
 
   SimCard dcc = Card("visa_dcc_usd", "foreign (US) card offered conversion to dollars",
@@ -113,7 +113,7 @@ std::vector<SimCard> MakeCatalogue() {
   SimCard fuel = Card("fuel_card", "fuel card: registration and mileage asked", "7002900000000012",
                       "FUELCARD");
   fuel.fuel = true;
-  fuel.cvm = 1;
+  fuel.cvm = QL_CVM_PIN;
   fuel.aid = "A0000000999001";
   fuel.app_label = "FUELCARD";
   fuel.fuel_prompts[2] = 1;
@@ -128,7 +128,7 @@ std::vector<SimCard> MakeCatalogue() {
                         "7002900000000020", "FUELCARD");
   bunker.fuel = true;
   bunker.bunker = true;
-  bunker.cvm = 1;
+  bunker.cvm = QL_CVM_PIN;
   bunker.aid = "A0000000999001";
   bunker.app_label = "FUELCARD";
   bunker.fuel_prompts[2] = 1;
@@ -154,19 +154,19 @@ const std::vector<SimCard>& BuiltInCards() {
 }
 
 std::vector<int32_t> DefaultReaderStates(const SimCard& card) {
-  if (card.not_accepted) return {1, 2, 11};
-  if (card.must_swipe_on_till) return {1, 10};
+  if (card.not_accepted) return {QL_READER_WAITING, QL_READER_INSERTED, QL_READER_NOT_ACCEPTED};
+  if (card.must_swipe_on_till) return {QL_READER_WAITING, QL_READER_SWIPE_ON_TILL};
   switch (card.entry) {
     case CardEntry::kChip:
-      return {1, 2, 3};
+      return {QL_READER_WAITING, QL_READER_INSERTED, QL_READER_OPENED};
     case CardEntry::kTap:
-      return {1, 13};
+      return {QL_READER_WAITING, QL_READER_TAPPED};
     case CardEntry::kSwipe:
-      return {1, 12};
+      return {QL_READER_WAITING, QL_READER_SWIPED_ON_DEVICE};
     case CardEntry::kKeyed:
-      return {1};
+      return {QL_READER_WAITING};
   }
-  return {1};
+  return {QL_READER_WAITING};
 }
 
 std::string MaskPan(const std::string& pan) {
@@ -194,7 +194,7 @@ SimCard GenericCard(const std::string& pan, CardEntry entry) {
   c.pan = pan;
   c.scheme = SchemeOf(pan);
   c.entry = entry;
-  c.cvm = entry == CardEntry::kKeyed ? 0 : 3;
+  c.cvm = entry == CardEntry::kKeyed ? QL_CVM_NONE : QL_CVM_SIGNATURE;
   if (entry == CardEntry::kKeyed) c.entry_prompts = {1, 0, 0, 1, 2, 2, 0};
   return c;
 }

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "qlclient/ql_codes.h"
+
 namespace ccaddin::sim {
 
 enum class CardEntry { kChip, kTap, kSwipe, kKeyed };
@@ -23,7 +25,7 @@ struct SimCard {
   std::string issue_number;
   std::string scheme = "VISA";
   CardEntry entry = CardEntry::kChip;
-  int32_t cvm = 1;  // as QlTransaction.lCvmCode
+  int32_t cvm = QL_CVM_PIN;  // QL_CVM_*
   CardOutcome outcome = CardOutcome::kAuthorised;
   bool needs_fallback = false;      // the chip cannot be read: swipe instead
   bool not_accepted = false;        // the reader refuses the card

@@ -13,7 +13,7 @@ class SimCardEnquiry final : public QlCardEnquiry {
   int32_t Enquire(int32_t, const std::string& pan, const std::string& track, int32_t lDataEntry,
                   int32_t) override {
     Terminal* t = Current();
-    if (!Ready(t, *this)) return 1;
+    if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "CardEnquiry.Enquire", result, &lErrorCode, strErrorText)) return result;
     const SimConfig& c = *t->config;
@@ -45,9 +45,9 @@ class SimCardEnquiry final : public QlCardEnquiry {
       expiry = card.expiry;
       Show(*t, "READING CARD");
       if (card.not_accepted) return Fail(kCardNotAccepted, "CARD NOT ACCEPTED");
-      if ((card.needs_fallback || card.must_swipe_on_till) && lDataEntry != 1) {
+      if ((card.needs_fallback || card.must_swipe_on_till) && lDataEntry != QL_ENTRY_SWIPED) {
         t->status = "SWIPE CARD";
-        return 2;
+        return QL_ANSWER_FALLBACK;
       }
     }
     t->card = card;
@@ -57,20 +57,20 @@ class SimCardEnquiry final : public QlCardEnquiry {
     t->pin_bypass_answered = false;
     switch (card.entry) {
       case CardEntry::kChip:
-        t->entry_code = 2;
-        lCardDataType = 2;
+        t->entry_code = QL_ENTRY_CHIP;
+        lCardDataType = QL_ENTRY_CHIP;
         break;
       case CardEntry::kTap:
-        t->entry_code = 3;
-        lCardDataType = 3;
+        t->entry_code = QL_ENTRY_TAPPED;
+        lCardDataType = QL_ENTRY_TAPPED;
         break;
       case CardEntry::kSwipe:
-        t->entry_code = 1;
-        lCardDataType = 1;
+        t->entry_code = QL_ENTRY_SWIPED;
+        lCardDataType = QL_ENTRY_SWIPED;
         break;
       case CardEntry::kKeyed:
-        t->entry_code = 0;
-        lCardDataType = 0;
+        t->entry_code = QL_ENTRY_KEYED;
+        lCardDataType = QL_ENTRY_KEYED;
         break;
     }
     strPan = card.entry == CardEntry::kKeyed ? card_pan : "";
@@ -78,11 +78,11 @@ class SimCardEnquiry final : public QlCardEnquiry {
     strTrack =
         card.entry == CardEntry::kSwipe ? ";" + card_pan + "=" + expiry + "1011234567890?" : "";
     strSchemeName = card.scheme;
-    lCardType = card.fuel ? 1 : 0;
+    lCardType = card.fuel ? QL_CARD_FUEL : QL_CARD_PAYMENT;
     strAllowedProducts = card.allowed_products;
     bBunkerCard = card.bunker;
     Show(*t, "PLEASE WAIT");
-    return 0;
+    return QL_ANSWER_DONE;
   }
   bool IsCashbackAllowed(int32_t) override {
     Terminal* t = Current();
@@ -119,10 +119,11 @@ class SimTransactionStart final : public QlTransactionStart {
                 int32_t type, const std::string&, const std::string&, const std::string&, bool,
                 bool swipe, bool, bool tap) override {
     Terminal* t = Current();
-    if (!Ready(t, *this)) return 1;
+    if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "TransactionStart.Start", result, &lErrorCode, strErrorText)) return result;
-    if (amount < 0 || cashback < 0 || gratuity < 0 || type < 1 || type > 9) {
+    if (amount < 0 || cashback < 0 || gratuity < 0 || type < QL_TT_SALE ||
+        type > QL_TT_FINAL_REFUND) {
       lErrorCode = kBadRequest;
       strErrorText = "INVALID TRANSACTION DATA";
       return 1;
@@ -153,7 +154,7 @@ class SimDccEnquiry final : public QlDccEnquiry {
  public:
   int32_t Enquire() override {
     Terminal* t = Current();
-    if (!Ready(t, *this)) return 1;
+    if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "DccEnquiry.Enquire", result, &lErrorCode, strErrorText)) return result;
     if (!t->card) {
@@ -182,7 +183,7 @@ class SimFuelBalance final : public QlFuelBalance {
  public:
   int32_t Enquire(const std::string& details, const std::string&) override {
     Terminal* t = Current();
-    if (!Ready(t, *this)) return 1;
+    if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "FuelBalance.Enquire", result, &lErrorCode, strErrorText)) return result;
     Show(*t, "READING CARD");
@@ -209,7 +210,7 @@ class SimFuelProductEnquiry final : public QlFuelProductEnquiry {
  public:
   int32_t Request() override {
     Terminal* t = Current();
-    if (!Ready(t, *this)) return 1;
+    if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "FuelProductEnquiry.Request", result, &lErrorCode, strErrorText)) return result;
     if (lEnquiryMode < 0 || lEnquiryMode > 2) {

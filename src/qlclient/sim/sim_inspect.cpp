@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <iomanip>
 
+#include "qlclient/ql_codes.h"
 #include "qlclient/sim/sim_config.h"
 #include "qlclient/sim/sim_store.h"
 
@@ -17,17 +18,17 @@ const char* kUsage =
 
 const char* TypeName(int32_t type) {
   switch (type) {
-    case 1:
+    case QL_TT_SALE:
       return "SALE";
-    case 2:
+    case QL_TT_SALE_CASHBACK:
       return "SALE+CASH";
-    case 3:
+    case QL_TT_CASH_ADVANCE:
       return "CASH ADV";
-    case 4:
+    case QL_TT_PREAUTH:
       return "PRE AUTH";
-    case 5:
+    case QL_TT_FINALAUTH:
       return "FINAL";
-    case 6:
+    case QL_TT_REFUND:
       return "REFUND";
     default:
       return "OTHER";
@@ -36,11 +37,11 @@ const char* TypeName(int32_t type) {
 
 const char* StatusName(int32_t status) {
   switch (status) {
-    case 1:
+    case QL_STATUS_AUTHORISED:
       return "AUTHORISED";
-    case 2:
+    case QL_STATUS_REFERRED:
       return "REFERRED";
-    case 3:
+    case QL_STATUS_DECLINED:
       return "DECLINED";
     default:
       return "NONE";

@@ -15,10 +15,11 @@ class SimConfirm final : public QlConfirm {
   int32_t Confirm(const std::string&, int32_t ref, int32_t code, const std::string& auth_code, bool,
                   QlTransaction& oResult, int32_t) override {
     Terminal* t = Current();
-    if (!Ready(t, *this)) return 1;
+    if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "Confirm.Confirm", result, &lErrorCode, strErrorText)) return result;
-    if (code < 0 || code > 2) return Fail(kBadRequest, "INVALID CONFIRMATION CODE");
+    if (code < QL_CONFIRM_AUTHORISED || code > QL_CONFIRM_CANCELLED)
+      return Fail(kBadRequest, "INVALID CONFIRMATION CODE");
     auto stored = t->store->Find(ref);
     if (!stored || ref <= 0)
       return Fail(kUnknownReference, "TRANSACTION " + std::to_string(ref) + " NOT FOUND");
@@ -26,22 +27,22 @@ class SimConfirm final : public QlConfirm {
     StoreState state = stored->state;
     if (state == StoreState::kCancelled)
       return Fail(kAlreadySettled, "TRANSACTION ALREADY CANCELLED");
-    if (code == 2) {
+    if (code == QL_CONFIRM_CANCELLED) {
       // Cancelling works on a pending or a confirmed transaction (a void).
       trans.bCancelled = true;
       state = StoreState::kCancelled;
     } else if (state != StoreState::kPending) {
       return Fail(kAlreadySettled, "TRANSACTION ALREADY CONFIRMED");
-    } else if (code == 1) {
+    } else if (code == QL_CONFIRM_DECLINED) {
       state = StoreState::kDeclined;
     } else {
-      if (trans.lStatus == 2) {
+      if (trans.lStatus == QL_STATUS_REFERRED) {
         if (auth_code.empty()) return Fail(kBadRequest, "AUTH CODE REQUIRED FOR A REFERRAL");
-        trans.lStatus = 1;
+        trans.lStatus = QL_STATUS_AUTHORISED;
         trans.strAuthCode = auth_code;
-        trans.lAuthSource = 3;
+        trans.lAuthSource = QL_AUTHSRC_VOICE;
         trans.strResponseText = "AUTH CODE: " + auth_code;
-      } else if (trans.lStatus == 3) {
+      } else if (trans.lStatus == QL_STATUS_DECLINED) {
         return Fail(kAlreadySettled, "A DECLINED TRANSACTION CANNOT BE CONFIRMED");
       }
       state = StoreState::kConfirmed;
@@ -63,7 +64,7 @@ class SimReceiptInfo final : public QlReceiptInfo {
  public:
   int32_t Request(const std::string&, int32_t ref, QlTransaction& oTrans) override {
     Terminal* t = Current();
-    if (!Ready(t, *this)) return 1;
+    if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "ReceiptInfo.Request", result, &lErrorCode, strErrorText)) return result;
     auto stored = t->store->Find(ref);
@@ -82,10 +83,10 @@ class SimCloseBatch final : public QlCloseBatch {
  public:
   int32_t Request() override {
     Terminal* t = Current();
-    if (!Ready(t, *this)) return 1;
+    if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "CloseBatch.Request", result, &lErrorCode, strErrorText)) return result;
-    if (lRequestType != 2) {
+    if (lRequestType != QL_CLOSE_BATCH) {
       lErrorCode = kBadRequest;
       strErrorText = "INVALID BATCH REQUEST TYPE";
       return 1;
@@ -99,7 +100,7 @@ class SimReport final : public QlReport {
  public:
   int32_t Request(bool, const std::string& location, const std::string& option) override {
     Terminal* t = Current();
-    if (!Ready(t, *this)) return 1;
+    if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "Report.Request", result, &lErrorCode, strErrorText)) return result;
     // The till names the data file in the option (a name in the folder, or a full
@@ -131,13 +132,13 @@ class SimReport final : public QlReport {
     const int32_t batch = t->store->OpenBatch();
     for (const auto& row : t->store->List(batch)) {
       const QlTransaction& x = row.trans;
-      if (x.lStatus != 1 || row.state == StoreState::kCancelled ||
+      if (x.lStatus != QL_STATUS_AUTHORISED || row.state == StoreState::kCancelled ||
           row.state == StoreState::kDeclined)
         continue;
-      if (fuel_only && x.lCardType != 1) continue;
+      if (fuel_only && x.lCardType != QL_CARD_FUEL) continue;
       const int32_t type = x.lTransactionTypeCode;
-      const bool refund = type == 6 || type == 8 || type == 9;
-      const bool cashback = type == 2;
+      const bool refund = IsRefundFamily(type);
+      const bool cashback = type == QL_TT_SALE_CASHBACK;
       const std::string amount = x.strBaseAmount.empty() ? x.strAmount : x.strBaseAmount;
       const int32_t a = ToInt(amount);
       const int32_t cb = cashback ? ToInt(x.strCashbackAmount) : 0;

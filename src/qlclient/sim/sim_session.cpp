@@ -19,26 +19,26 @@ std::vector<int32_t> ReaderStates(const Terminal& t) {
 
 std::string ReaderText(int32_t state) {
   switch (state) {
-    case 0:
+    case QL_READER_UNAVAILABLE:
       return "READER UNAVAILABLE";
-    case 1:
+    case QL_READER_WAITING:
       return "INSERT CARD";
-    case 2:
+    case QL_READER_INSERTED:
       return "CARD INSERTED";
-    case 3:
+    case QL_READER_OPENED:
       return "PLEASE WAIT";
-    case 7:
+    case QL_READER_PROCESSING:
       return "PROCESSING";
-    case 8:
+    case QL_READER_REMOVE_CARD:
       return "REMOVE CARD";
-    case 9:
-    case 12:
+    case QL_READER_SWIPED:
+    case QL_READER_SWIPED_ON_DEVICE:
       return "CARD SWIPED";
-    case 10:
+    case QL_READER_SWIPE_ON_TILL:
       return "SWIPE CARD ON TILL";
-    case 11:
+    case QL_READER_NOT_ACCEPTED:
       return "CARD NOT ACCEPTED";
-    case 13:
+    case QL_READER_TAPPED:
       return "CARD TAPPED";
     default:
       return "PLEASE WAIT";
@@ -62,18 +62,18 @@ class SimSession final : public QlSession {
     auto* parms = dynamic_cast<SimParameters*>(&oParms);
     if (!parms) {
       strErrorText = "PARAMETERS DO NOT BELONG TO THE SIMULATOR";
-      return 1;
+      return QL_CONNECT_FAILED;
     }
     if (parms->path.empty()) {
       strErrorText = "NO CONFIGURATION FILE SET";
-      return 1;
+      return QL_CONNECT_FAILED;
     }
     Terminal& t = TerminalFor(parms->path);
     terminal_ = &t;
     MakeCurrent(&t);
     if (!t.config) {
       strErrorText = t.load_error;
-      return 1;
+      return QL_CONNECT_FAILED;
     }
     int32_t result = 0;
     std::string text;
@@ -85,7 +85,7 @@ class SimSession final : public QlSession {
       if (!t.store) t.store = std::make_unique<SimStore>(t.config->store_path);
     } catch (const std::exception& e) {
       strErrorText = e.what();
-      return 1;
+      return QL_CONNECT_FAILED;
     }
     Show(t, "CONNECTING");
     t.connected = true;
@@ -93,16 +93,16 @@ class SimSession final : public QlSession {
     t.online = t.config->online;
     if (!t.online) {
       Show(t, "OFFLINE");
-      return 2;
+      return QL_CONNECT_OFFLINE;
     }
     try {
       t.store->UploadOffline();
     } catch (const std::exception& e) {
       strErrorText = e.what();
-      return 1;
+      return QL_CONNECT_FAILED;
     }
     Show(t, "WELCOME");
-    return 0;
+    return QL_CONNECT_ONLINE;
   }
   int32_t Disconnect() override {
     if (terminal_) {
@@ -125,7 +125,7 @@ class SimLogin final : public QlLogin {
     Terminal* t = Current();
     if (!t || !t->connected) {
       strErrorText = "NOT CONNECTED TO THE PAYMENT SERVER";
-      return 0;
+      return QL_LOGIN_FAILED;
     }
     int32_t result = 0;
     std::string text;
@@ -134,11 +134,11 @@ class SimLogin final : public QlLogin {
       return result;
     }
     const SimConfig& c = *t->config;
-    if (c.merchant_id && *c.merchant_id != merchant) return 2;
-    if (c.client_id && *c.client_id != client) return 3;
-    if (c.password && *c.password != password) return 4;
+    if (c.merchant_id && *c.merchant_id != merchant) return QL_LOGIN_BAD_MERCHANT;
+    if (c.client_id && *c.client_id != client) return QL_LOGIN_BAD_CLIENT;
+    if (c.password && *c.password != password) return QL_LOGIN_BAD_PASSWORD;
     t->logged_in = true;
-    return 1;
+    return QL_LOGIN_LOGGED_IN;
   }
   int32_t Logout() override {
     Terminal* t = Current();
@@ -150,7 +150,7 @@ class SimLogin final : public QlLogin {
     }
     if (!t || !t->logged_in) {
       strErrorText = "NOT LOGGED IN";
-      return 1;
+      return QL_ANSWER_FAILED;
     }
     t->logged_in = false;
     return 0;

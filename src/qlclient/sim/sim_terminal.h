@@ -54,7 +54,7 @@ struct Terminal {
   std::optional<SimCard> card;  // read by the last enquiry; full number in memory only
   std::string card_pan;
   std::string card_expiry;
-  int32_t entry_code = 4;
+  int32_t entry_code = QL_ENTRY_NONE;
   bool pin_bypass_pending = false;
   bool pin_bypass_answered = false;
   bool reenquiry_asked = false;

@@ -6,7 +6,7 @@
 namespace ccaddin {
 
 HeadlessLoop::HeadlessLoop(ScriptRunner runner, HeadlessOptions options)
-    : runner_(std::move(runner)), options_(options) {}
+    : runner_(std::move(runner)), options_(std::move(options)), operator_(options_.picture) {}
 
 HeadlessLoop::~HeadlessLoop() = default;
 
@@ -60,8 +60,8 @@ void HeadlessLoop::ControlChanged(const Control& control, Property property) {
   }
 }
 
-void HeadlessLoop::FormChanged(FormProperty) {
-  ++changes_;
+void HeadlessLoop::FormChanged(FormProperty property) {
+  if (property != FormProperty::Refresh) ++changes_;
 }
 
 void HeadlessLoop::Schedule(Control& timer, int64_t from) {

@@ -28,6 +28,8 @@ struct HeadlessOptions {
   int64_t busy_limit_ms = 600'000;
   // A fixed virtual screen of 1024 x 768 pixels at 15 twips a pixel.
   ScreenTwips screen{1024 * 15, 768 * 15};
+  // Draws the script's pictures (RenderFormPicture, where Qt is linked); none: skipped.
+  ModelOperator::Drawer picture;
 };
 
 class HeadlessLoop final : public FormLoop, private FormObserver {

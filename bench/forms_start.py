@@ -1,0 +1,44 @@
+#!/usr/bin/env python3
+"""Process start to exit, offscreen Qt: question_box_process (the add-in starts Qt, shows
+frmQuestionBox, a scripted click answers it) against bare_qt_dialog (one dialog of 40
+buttons, the floor), run alternately in the same run. Prints the median wall time and the
+peak resident memory of each.
+
+    bench/forms_start.py build/release/bench [runs]
+"""
+import os
+import statistics
+import subprocess
+import sys
+import time
+
+
+def measure(program, env):
+    start = time.perf_counter()
+    process = subprocess.Popen([program], env=env, stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL)
+    _, status, usage = os.wait4(process.pid, 0)
+    wall = time.perf_counter() - start
+    if os.waitstatus_to_exitcode(status) != 0:
+        sys.exit(f"{program} failed ({status})")
+    return wall, usage.ru_maxrss / 1024.0  # KiB to MiB
+
+
+def main():
+    folder = sys.argv[1] if len(sys.argv) > 1 else "build/release/bench"
+    runs = int(sys.argv[2]) if len(sys.argv) > 2 else 30
+    env = dict(os.environ, QT_QPA_PLATFORM="offscreen")
+    programs = {"bare_qt_dialog": [], "question_box_process": []}
+    for _ in range(runs):
+        for name, results in programs.items():
+            results.append(measure(os.path.join(folder, name), env))
+    floor = statistics.median(w for w, _ in programs["bare_qt_dialog"])
+    for name, results in programs.items():
+        wall = statistics.median(w for w, _ in results)
+        rss = max(r for _, r in results)
+        print(f"{name:22} median wall {wall * 1000:7.1f} ms  ({wall / floor:4.2f}x floor)  "
+              f"peak RSS {rss:5.1f} MiB")
+
+
+if __name__ == "__main__":
+    main()
