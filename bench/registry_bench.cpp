@@ -34,7 +34,7 @@ class PopulatedRegistry {
       throw std::runtime_error("cannot create the registry: " + error);
     }
     for (const SettingDef& s : CcAddinSettings()) {
-      const std::string text = std::holds_alternative<std::string TCcAddinRegistry::*>(s.field)
+      const std::string text = std::holds_alternative<std::string CcAddinSettingValues::*>(s.field)
                                    ? "value of " + std::string(s.value_name)
                                    : "1";
       if (store->SetValue(key, RegistryValue{std::string(s.value_name), kRegSz,

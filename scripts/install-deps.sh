@@ -5,8 +5,8 @@
 set -euo pipefail
 
 packages=(
-  # toolchain and build
-  g++ gcc binutils cmake ninja-build pkg-config git
+  # toolchain, build and the formatting check
+  g++ gcc binutils cmake ninja-build pkg-config git clang-format
   # test and benchmark frameworks
   libgtest-dev libgmock-dev libbenchmark-dev
   # settings store, serialisation helpers

@@ -1,12 +1,17 @@
 #!/usr/bin/env bash
-# The project's test command: installs missing Debian packages, configures and builds
-# from scratch, and runs every test. Exits non-zero on any failure.
+# The project's test command: installs missing Debian packages, checks that every C and
+# C++ file is formatted, configures and builds from scratch, and runs every test. Exits
+# non-zero on any failure.
 #   scripts/test.sh            debug build, then the sanitizer build
 #   scripts/test.sh debug      one preset only (debug, release or sanitize)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh
+
+echo "== format"
+git ls-files -co --exclude-standard -z '*.cpp' '*.h' '*.c' |
+  xargs -0 clang-format --dry-run -Werror
 
 presets=("$@")
 [ ${#presets[@]} -eq 0 ] && presets=(debug sanitize)

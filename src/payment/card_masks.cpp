@@ -2,24 +2,10 @@
 #include <string_view>
 
 #include "payment/credit_card_common.h"
+#include "platform/text_rules.h"
 #include "platform/trap.h"
 
 namespace ccaddin {
-namespace {
-
-bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    const auto lower = [](char c) {
-      return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
-    };
-    if (lower(a[i]) != lower(b[i])) return false;
-  }
-  return true;
-}
-
-}  // namespace
-
 std::string CreditCardCommon::StarString(int32_t lCount) {
   return lCount > 0 ? std::string(static_cast<size_t>(lCount), '*') : std::string();
 }
@@ -58,8 +44,7 @@ std::string CreditCardCommon::GroupInFours(const std::string& strText) {
 }
 
 std::string CreditCardCommon::AddTrailingBackslash(const std::string& strPath) {
-  if (strPath.empty() || strPath.back() == '/') return strPath;
-  return strPath + '/';
+  return FolderWithSeparator(strPath);
 }
 
 std::string CreditCardCommon::ExtractTrack2(const std::string& strInput) {
@@ -72,8 +57,8 @@ std::string CreditCardCommon::ExtractTrack2(const std::string& strInput) {
     if (start.empty() || end.empty()) return track;
     // Standard readers put the sentinels once, so the first of each frames track 2; other
     // readers send track 1 or 3 around it, so the last of each does.
-    const bool standard =
-        EqualsIgnoreCase(strTrackStartId, "3B") && EqualsIgnoreCase(strTrackEndId, "3F");
+    const bool standard = EqualsIgnoringAsciiCase(strTrackStartId, "3B") &&
+                          EqualsIgnoringAsciiCase(strTrackEndId, "3F");
     const size_t start_at = standard ? strInput.find(start) : strInput.rfind(start);
     const size_t end_at = standard ? strInput.find(end) : strInput.rfind(end);
     if (start_at == std::string::npos || end_at == std::string::npos) return track;

@@ -1,19 +1,9 @@
 // CreditCardCommon::AddClientReceipt: the receipts a till collects after the call.
 #include "payment/credit_card_common.h"
+#include "platform/text_rules.h"
 #include "platform/trap.h"
 
 namespace ccaddin {
-namespace {
-
-void ReplaceAll(std::string& text, const std::string& from, const std::string& to) {
-  if (from.empty()) return;
-  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
-    text.replace(at, from.size(), to);
-  }
-}
-
-}  // namespace
-
 void CreditCardCommon::AddClientReceipt(int32_t lType, const std::string& strText,
                                         const std::string& strPan, bool bSignatureRequired) {
   TrapVoid(error_message_, "CreditCardCommon.AddClientReceipt() Failed - ", [&] {
@@ -25,7 +15,8 @@ void CreditCardCommon::AddClientReceipt(int32_t lType, const std::string& strTex
     // A merchant who does not obscure card numbers gets the merchant copy as it prints.
     // Without a card number there is nothing to put back.
     if (merchant && !bObscureCardNumber && !strPan.empty()) {
-      ReplaceAll(text, GroupInFours(MaskCardNumber(strPan)), GroupInFours(strPan));
+      text =
+          ReplaceAll(std::move(text), GroupInFours(MaskCardNumber(strPan)), GroupInFours(strPan));
     }
     oClientReceipts.push_back(ClientReceipt{std::move(text), lType, bSignatureRequired});
   });

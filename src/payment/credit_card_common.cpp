@@ -1,12 +1,9 @@
 #include "payment/credit_card_common.h"
 
-#include <type_traits>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "platform/cc_addin_registry.h"
-#include "platform/cc_addin_settings.h"
 #include "platform/hex.h"
 #include "platform/trap.h"
 
@@ -14,23 +11,6 @@ namespace ccaddin {
 namespace {
 
 thread_local std::unique_ptr<CreditCardCommon> thread_state;
-
-// Copies one setting into the member of the same name. The member table and the settings
-// table are separate lists, so a type that does not match is reported, not guessed at.
-void CopySetting(SharedConfiguration& config, const SharedConfigurationField& field,
-                 const TCcAddinRegistry& registry, const SettingDef& setting) {
-  std::visit(
-      [&](auto mine, auto theirs) {
-        using Mine = std::remove_reference_t<decltype(config.*mine)>;
-        using Theirs = std::remove_cvref_t<decltype(registry.*theirs)>;
-        if constexpr (std::is_same_v<Mine, Theirs>) {
-          config.*mine = registry.*theirs;
-        } else {
-          throw Failure("Type mismatch in setting " + std::string(setting.property));
-        }
-      },
-      field.member, setting.field);
-}
 
 }  // namespace
 
@@ -54,7 +34,7 @@ ScopedSharedState::~ScopedSharedState() {
 
 void CreditCardCommon::ResetConfiguration() {
   TrapVoid(error_message_, "CreditCardCommon.ResetConfiguration() Failed - ", [&] {
-    static_cast<SharedConfiguration&>(*this) = SharedConfiguration{};
+    static_cast<CcAddinSettingValues&>(*this) = CcAddinSettingValues{};
     lPrinterType = 2;
     lCashbackEntryType = 1;
     bAutoDeclinePinBypass = true;
@@ -80,10 +60,7 @@ int32_t CreditCardCommon::LoadConfiguration() {
   TrapVoid(error_message_, "CreditCardCommon.LoadConfiguration() Failed - ", [&] {
     TCcAddinRegistry registry;
     registry.ReadRegistry();
-    for (const SettingDef& setting : CcAddinSettings()) {
-      const SharedConfigurationField* field = FindSharedConfigurationField(setting.property);
-      if (field != nullptr) CopySetting(*this, *field, registry, setting);
-    }
+    static_cast<CcAddinSettingValues&>(*this) = registry;
     // End-to-end encryption needs the card read on the terminal and enquired there.
     if (bE2EEEnabled) {
       bCardEnquiry = true;
@@ -121,7 +98,7 @@ void CreditCardCommon::CloneTransaction(const QlTransaction& oSource) {
            [&] { oCurrentTransaction = std::make_unique<QlTransaction>(oSource); });
 }
 
-QlRequestSettings MakeQlRequestSettings(const SharedConfiguration& config) {
+QlRequestSettings MakeQlRequestSettings(const CcAddinSettingValues& config) {
   QlRequestSettings settings;
   settings.bExternalSwipe = config.bExternalSwipe;
   settings.bAutoDeclinePinBypass = config.bAutoDeclinePinBypass;

@@ -13,7 +13,7 @@
 #include "ccaddin/records.h"
 #include "payment/process_ql_request.h"
 #include "payment/session_state.h"
-#include "payment/shared_configuration.h"
+#include "platform/cc_addin_registry.h"
 #include "platform/variant.h"
 #include "qlclient/ql_transaction.h"
 
@@ -22,7 +22,7 @@ namespace ccaddin {
 // Every procedure traps its own failures: it ends quietly with its starting result (""
 // for texts, False, 0) and leaves "CreditCardCommon.<Procedure>() Failed - <why>" in
 // strErrorMessage, which a later success does not clear.
-class CreditCardCommon : public SharedConfiguration, public SessionState {
+class CreditCardCommon : public CcAddinSettingValues, public SessionState {
  public:
   // The receipt kinds of ShouldPrintReceipt.
   static constexpr int32_t kMerchantAuthorised = 0;
@@ -31,8 +31,6 @@ class CreditCardCommon : public SharedConfiguration, public SessionState {
   static constexpr int32_t kCustomerAuthorised = 3;
   static constexpr int32_t kCustomerDeclined = 4;
   static constexpr int32_t kCustomerCancelled = 5;
-
-  static constexpr const char* kSerialLogFile = "DirectSerialComms.log";
 
   CreditCardCommon();
   ~CreditCardCommon();
@@ -48,10 +46,10 @@ class CreditCardCommon : public SharedConfiguration, public SessionState {
   // product list and receipt texts a till sets before Process must survive the reset.
   void ResetConfiguration();
 
-  // Reset, then every setting the component uses from the settings store, with the rules
-  // that make them safe to use: end-to-end encryption forces card enquiry and external
-  // swipe on, a start-up position outside 0 to 5 becomes 0, and the printer control
-  // sequences are turned from hex into their bytes. Returns 0.
+  // Reset, then every setting from the settings store, with the rules that make them
+  // safe to use: end-to-end encryption forces card enquiry and external swipe on, a
+  // start-up position outside 0 to 5 becomes 0, and the printer control sequences are
+  // turned from hex into their bytes. Returns 0.
   int32_t LoadConfiguration();
 
   // Whether the receipt of lReceiptKind (0 to 5, constants above) for oTrans is printed
@@ -106,8 +104,6 @@ class CreditCardCommon : public SharedConfiguration, public SessionState {
   bool OpenSerialPrinter();
   bool WriteSerialPrinter(const std::string& strText);
   bool CloseSerialPrinter();
-  // The settings text and line parameters OpenSerialPrinter uses, for the error log.
-  [[nodiscard]] TConnectionInfo SerialPrinterConnectionInfo(std::string& strSettings) const;
 
   // The track 2 data in keyboard-wedge input as ";<data>?", using the configured
   // sentinels (standard "3B"/"3F": first of each; others: last of each). "" when the
@@ -157,6 +153,6 @@ class ScopedSharedState {
 };
 
 // The request layer's settings as the loaded configuration gives them.
-[[nodiscard]] QlRequestSettings MakeQlRequestSettings(const SharedConfiguration& config);
+[[nodiscard]] QlRequestSettings MakeQlRequestSettings(const CcAddinSettingValues& config);
 
 }  // namespace ccaddin

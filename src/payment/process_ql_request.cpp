@@ -1,5 +1,6 @@
 #include "payment/process_ql_request.h"
 
+#include "platform/text_rules.h"
 #include "platform/trap.h"
 #include "qlclient/ql_factory.h"
 
@@ -8,10 +9,6 @@ namespace {
 
 std::string Prefix(const char* operation) {
   return std::string("TProcessQlRequest.") + operation + "() Failed - ";
-}
-
-bool IsBlank(const std::string& text) {
-  return text.find_first_not_of(" \t") == std::string::npos;
 }
 
 }  // namespace
@@ -120,7 +117,8 @@ void TProcessQlRequest::ProcessStartTransaction(
     const std::string& strPedLanguageCode, const std::string& /*strDeviceType*/, bool bKeyedEntry,
     bool bSwipeEntry, bool bChipEntry, bool bTapEntry, int32_t& lResult) {
   lResult = Trap(strErrorMessage_, Prefix("ProcessStartTransaction"), QL_REQ_UNEXPECTED, [&] {
-    const std::string& address = IsBlank(strMerchantAddress) ? strMerchantName : strMerchantAddress;
+    const std::string& address =
+        TrimBlanks(strMerchantAddress).empty() ? strMerchantName : strMerchantAddress;
     if (oStart.Start(strCurrencyCode, lAmount, lCashbackAmount, lGratuityAmount,
                      lTransactionTypeCode, strMerchantName, address, strPedLanguageCode,
                      bKeyedEntry, bSwipeEntry, bChipEntry, bTapEntry) != 0) {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "platform/text_rules.h"
 #include "platform/trap.h"
 
 namespace ccaddin {
@@ -10,57 +11,6 @@ namespace {
 
 constexpr std::string_view kBoldTag = "<B>";
 constexpr std::string_view kNormalTag = "<N>";
-
-// One left-to-right pass, as the till's texts have always been cleaned.
-std::string ReplaceAll(std::string text, std::string_view from, std::string_view to) {
-  std::string out;
-  out.reserve(text.size());
-  size_t pos = 0;
-  for (size_t hit = text.find(from); hit != std::string::npos; hit = text.find(from, pos)) {
-    out.append(text, pos, hit - pos);
-    out.append(to);
-    pos = hit + from.size();
-  }
-  out.append(text, pos, std::string::npos);
-  return out;
-}
-
-// Blanks only: a tab in a till's text is deliberate.
-std::string_view TrimSpaces(std::string_view text) {
-  const size_t first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
-
-// Upper case in Windows-1252, where the accented letters and the few letters at 0x9A-0x9F
-// have capitals of their own.
-unsigned char Upper1252(unsigned char c) {
-  if (c >= 'a' && c <= 'z') return static_cast<unsigned char>(c - 32);
-  if (c >= 0xE0 && c <= 0xFE && c != 0xF7) return static_cast<unsigned char>(c - 32);
-  switch (c) {
-    case 0x9A:
-      return 0x8A;  // s caron
-    case 0x9C:
-      return 0x8C;  // oe
-    case 0x9E:
-      return 0x8E;  // z caron
-    case 0xFF:
-      return 0x9F;  // y diaeresis
-    default:
-      return c;
-  }
-}
-
-bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (Upper1252(static_cast<unsigned char>(a[i])) !=
-        Upper1252(static_cast<unsigned char>(b[i]))) {
-      return false;
-    }
-  }
-  return true;
-}
 
 }  // namespace
 

@@ -3,6 +3,8 @@
 #include <utility>
 
 #include "platform/pad_extract.h"
+#include "platform/text_rules.h"
+#include "platform/trap.h"
 
 #ifndef CCADDIN_VERSION_MAJOR
 #error "the build must define the component's version numbers"
@@ -14,16 +16,6 @@ namespace {
 
 constexpr int32_t kLabelWidth = 30;
 constexpr int16_t kPadSpacesRight = 1;
-
-// The journal has no error property: a line that cannot even be built (out of memory) is
-// dropped like a line that cannot be written.
-template <typename F>
-void Quietly(F&& body) noexcept {
-  try {
-    std::forward<F>(body)();
-  } catch (...) {
-  }
-}
 
 // "INPUT  : " or "OUTPUT : " and the label, padded so the "=" signs line up.
 std::string LabelPart(const char* direction, const std::string& label) {
@@ -64,11 +56,8 @@ std::string FlattenLines(const std::string& text) {
 void TAddinLog::StartLog(const std::string& strLogFileDir, bool bSupressInitialLogMsg) noexcept {
   Quietly([&] {
     auto log = std::make_unique<Logging>();
-    std::string folder = strLogFileDir;
-    // An empty folder stays empty (the writer then drops every line) rather than
-    // becoming the root of the file system.
-    if (!folder.empty() && folder.back() != '/') folder += '/';
-    log->strLogPath(folder);
+    // An empty folder stays empty: the writer then drops every line.
+    log->strLogPath(FolderWithSeparator(strLogFileDir));
     log->strLogFile(kJournalFileName);
     log->bLoggingEnabled(true);
     log->bArchiveLogFile(true);

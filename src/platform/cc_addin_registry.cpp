@@ -8,19 +8,12 @@
 #include "platform/file_system.h"
 #include "platform/locale_number.h"
 #include "platform/t_registry.h"
+#include "platform/text_rules.h"
 #include "platform/trap.h"
 
 namespace ccaddin {
 
 namespace {
-
-// The record has no error text of its own: a failed read leaves the defaults, a failed
-// write leaves the registry as it was, and neither is reported to the caller.
-template <typename F>
-void Quietly(F&& body) noexcept {
-  std::string ignored;
-  TrapVoid(ignored, "", std::forward<F>(body));
-}
 
 void SaveValue(const char* value_name, const std::string& text) {
   TRegistry registry;
@@ -120,8 +113,10 @@ void TCcAddinRegistry::DeleteReceipts(int32_t lDeleteReceiptDays,
     // Today or later: the purge already ran today.
     if (last >= today) return;
 
-    std::string folder = strReceiptLocation;
-    if (folder.empty() || folder.back() != '/') folder += '/';
+    // Without a receipt folder there is nothing of ours to purge: the scan must never
+    // fall back to the root of the file system.
+    const std::string folder = FolderWithSeparator(strReceiptLocation);
+    if (folder.empty()) return;
     // The age is a 16-bit count of days; anything longer keeps every file anyway.
     const auto days_old = static_cast<int16_t>(std::min<int32_t>(lDeleteReceiptDays, 32767));
     FileSystem files;

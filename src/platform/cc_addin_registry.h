@@ -16,29 +16,10 @@ inline constexpr const char* kCcAddinRegistryKey = "SOFTWARE\\Tamberin\\ccaddin\
 // other value is a till that passes the sale as arguments.
 inline constexpr int32_t kRmsTillType = 1;
 
-class TCcAddinRegistry {
- public:
-  // Fills every property from the key, in table order; missing or unusable values take
-  // the default of their rule. Reports nothing.
-  void ReadRegistry();
-
-  // Writes the setting numbered lField (0 to 90) from its property. Number 89 and
-  // numbers outside 0 to 90 write nothing.
-  void WriteRegistry(int32_t lField);
-
-  // Deletes the "*.rcpt" files in strReceiptLocation created lDeleteReceiptDays days
-  // ago or earlier, at most once a day, and records the day in "LastReceiptDeleteDate";
-  // the first run (no date yet) only records the day.
-  void DeleteReceipts(int32_t lDeleteReceiptDays, const std::string& strLastReceiptDeleteDate,
-                      const std::string& strReceiptLocation);
-
-  // Record the current local date and time as "YYYYMMDDHHMMSS" in "LastZReportDate" or
-  // "LastTmsCallDate". Neither updates the property of the same name.
-  void SaveZReportDate();
-  void SaveLastTmsCallDate();
-
-  // The settings, in the order ReadRegistry reads them. Changing one changes only
-  // this record, never the registry. A new record has empty texts, zeros and False.
+// The settings' values, one property per setting, in the order ReadRegistry reads them.
+// Changing one changes only this record, never the registry. A new record has empty
+// texts, zeros and False. The till call's loaded configuration is one of these too.
+struct CcAddinSettingValues {
   std::string strbaseCurrency;
   int32_t lBaseCurrencyExponent = 0;
   std::string strQuaylinkMerchantId;
@@ -130,6 +111,28 @@ class TCcAddinRegistry {
   bool bObscureCardNumberOfflineMode = false;
   int32_t lDumpEmvBitmap = 0;
   bool bAllowProductExclusion = false;
+};
+
+class TCcAddinRegistry : public CcAddinSettingValues {
+ public:
+  // Fills every property from the key, in table order; missing or unusable values take
+  // the default of their rule. Reports nothing.
+  void ReadRegistry();
+
+  // Writes the setting numbered lField (0 to 90) from its property. Number 89 and
+  // numbers outside 0 to 90 write nothing.
+  void WriteRegistry(int32_t lField);
+
+  // Deletes the "*.rcpt" files in strReceiptLocation created lDeleteReceiptDays days
+  // ago or earlier, at most once a day, and records the day in "LastReceiptDeleteDate";
+  // the first run (no date yet) only records the day.
+  void DeleteReceipts(int32_t lDeleteReceiptDays, const std::string& strLastReceiptDeleteDate,
+                      const std::string& strReceiptLocation);
+
+  // Record the current local date and time as "YYYYMMDDHHMMSS" in "LastZReportDate" or
+  // "LastTmsCallDate". Neither updates the property of the same name.
+  void SaveZReportDate();
+  void SaveLastTmsCallDate();
 };
 
 }  // namespace ccaddin

@@ -3,12 +3,13 @@
 #include <array>
 
 #include "platform/locale_number.h"
+#include "platform/text_rules.h"
 
 namespace ccaddin {
 
 namespace {
 
-using T = TCcAddinRegistry;
+using T = CcAddinSettingValues;
 
 struct Rule {
   ReadRule rule;
@@ -192,15 +193,6 @@ constexpr bool TableIsConsistent() {
 }
 static_assert(TableIsConsistent(), "every number 0-90 once, and each rule fits its property");
 
-bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
-    if (lower(a[i]) != lower(b[i])) return false;
-  }
-  return true;
-}
-
 }  // namespace
 
 std::span<const SettingDef, kSettingCount> CcAddinSettings() {
@@ -221,18 +213,15 @@ const SettingDef* FindSettingByValueName(std::string_view value_name) {
   return nullptr;
 }
 
-void LoadSetting(TCcAddinRegistry& record, const SettingDef& setting, const std::string& stored,
+void LoadSetting(CcAddinSettingValues& record, const SettingDef& setting, const std::string& stored,
                  std::string_view decimal_separator) {
   switch (setting.rule) {
     case ReadRule::kS:
       record.*std::get<std::string T::*>(setting.field) = stored;
       break;
-    case ReadRule::kP: {
-      std::string& folder = record.*std::get<std::string T::*>(setting.field);
-      folder = stored;
-      if (!folder.empty() && folder.back() != '/') folder += '/';
+    case ReadRule::kP:
+      record.*std::get<std::string T::*>(setting.field) = FolderWithSeparator(stored);
       break;
-    }
     case ReadRule::kSDefault:
       record.*std::get<std::string T::*>(setting.field) =
           stored.empty() ? std::string(setting.text_default) : stored;
@@ -271,7 +260,7 @@ void LoadSetting(TCcAddinRegistry& record, const SettingDef& setting, const std:
   }
 }
 
-std::string SettingStoredText(const TCcAddinRegistry& record, const SettingDef& setting,
+std::string SettingStoredText(const CcAddinSettingValues& record, const SettingDef& setting,
                               std::string_view decimal_separator) {
   return std::visit(
       [&](auto member) -> std::string {
@@ -290,7 +279,7 @@ std::string SettingStoredText(const TCcAddinRegistry& record, const SettingDef& 
       setting.field);
 }
 
-std::string SettingDisplayText(const TCcAddinRegistry& record, const SettingDef& setting,
+std::string SettingDisplayText(const CcAddinSettingValues& record, const SettingDef& setting,
                                std::string_view decimal_separator) {
   if (const auto* flag = std::get_if<bool T::*>(&setting.field)) {
     return record.**flag ? "True" : "False";

@@ -27,13 +27,14 @@ enum class ReadRule {
   kT3,        // "" or "0": 0; "1": 1; anything else: 2
 };
 
-using SettingField = std::variant<std::string TCcAddinRegistry::*, int32_t TCcAddinRegistry::*,
-                                  bool TCcAddinRegistry::*, double TCcAddinRegistry::*>;
+using SettingField =
+    std::variant<std::string CcAddinSettingValues::*, int32_t CcAddinSettingValues::*,
+                 bool CcAddinSettingValues::*, double CcAddinSettingValues::*>;
 
 struct SettingDef {
   int32_t number;               // what WriteRegistry takes
   std::string_view value_name;  // the registry value
-  std::string_view property;    // the TCcAddinRegistry member
+  std::string_view property;    // the CcAddinSettingValues member
   ReadRule rule;
   std::string_view text_default;  // kSDefault only
   int32_t number_default;         // kNDefault only
@@ -53,18 +54,18 @@ inline constexpr size_t kSettingCount = 91;
 
 // Stores `stored` (the registry text, "" when missing) in the setting's property,
 // converted by its rule.
-void LoadSetting(TCcAddinRegistry& record, const SettingDef& setting, const std::string& stored,
+void LoadSetting(CcAddinSettingValues& record, const SettingDef& setting, const std::string& stored,
                  std::string_view decimal_separator);
 
 // The text WriteRegistry stores for the property's current value: "1"/"0", decimal
 // numbers, the double in the locale's format, texts as they are.
-[[nodiscard]] std::string SettingStoredText(const TCcAddinRegistry& record,
+[[nodiscard]] std::string SettingStoredText(const CcAddinSettingValues& record,
                                             const SettingDef& setting,
                                             std::string_view decimal_separator);
 
 // The property's value for people: texts as they are, numbers in decimal, booleans
 // "True"/"False".
-[[nodiscard]] std::string SettingDisplayText(const TCcAddinRegistry& record,
+[[nodiscard]] std::string SettingDisplayText(const CcAddinSettingValues& record,
                                              const SettingDef& setting,
                                              std::string_view decimal_separator);
 

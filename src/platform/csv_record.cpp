@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/env.h"
+#include "platform/text_rules.h"
 #include "platform/trap.h"
 
 namespace ccaddin {
@@ -24,12 +25,6 @@ std::string Quoted(const std::string& text) {
   }
   out += kQuote;
   return out;
-}
-
-std::string_view TrimSpaces(std::string_view text) {
-  const size_t first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
 }  // namespace

@@ -1,14 +1,11 @@
 #include "platform/dispatch.h"
+#include "platform/text_rules.h"
 
 #include <new>
 
 namespace ccaddin {
 
 namespace {
-
-char LowerAscii(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
 
 template <typename T>
 T Checked(const Coerced<T>& converted) {
@@ -19,17 +16,11 @@ T Checked(const Coerced<T>& converted) {
 }  // namespace
 
 std::string FoldMemberName(std::string_view name) {
-  std::string out(name);
-  for (char& c : out) c = LowerAscii(c);
-  return out;
+  return LowerAscii(std::string(name));
 }
 
 bool MemberNamesEqual(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (LowerAscii(a[i]) != LowerAscii(b[i])) return false;
-  }
-  return true;
+  return EqualsIgnoringAsciiCase(a, b);
 }
 
 DispatchResult Dispatch::Invoke(std::string_view name, CallKind kind,

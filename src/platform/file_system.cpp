@@ -17,6 +17,7 @@
 #include <system_error>
 
 #include "platform/env.h"
+#include "platform/text_rules.h"
 #include "platform/trap.h"
 
 namespace ccaddin {
@@ -37,10 +38,6 @@ constexpr const char* kInputPastEnd = "Input past end of file";
   throw Failure(std::strerror(code));
 }
 
-char FoldCase(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 // "*" any run (dots included), "?" exactly one character, ASCII case ignored.
 bool GlobMatch(std::string_view name, std::string_view pattern) {
   size_t n = 0, p = 0;
@@ -50,7 +47,7 @@ bool GlobMatch(std::string_view name, std::string_view pattern) {
       star = p++;
       star_n = n;
     } else if (p < pattern.size() &&
-               (pattern[p] == '?' || FoldCase(pattern[p]) == FoldCase(name[n]))) {
+               (pattern[p] == '?' || LowerAscii(pattern[p]) == LowerAscii(name[n]))) {
       ++p;
       ++n;
     } else if (star != std::string_view::npos) {
@@ -76,16 +73,15 @@ bool HasWildcards(std::string_view text) {
   return text.find_first_of("*?") != text.npos;
 }
 
-// The folder with "/" appended, ready for names to be joined to it. An empty folder
-// would otherwise become the root of the file system.
-std::string FolderWithSeparator(const std::string& folder) {
+// The folder ready for names to be joined to it; an empty folder names no folder.
+std::string JoinableFolder(const std::string& folder) {
   if (folder.empty()) ThrowCode(ENOENT);
-  return folder.back() == '/' ? folder : folder + '/';
+  return FolderWithSeparator(folder);
 }
 
 bool LessIgnoringCase(const std::string& a, const std::string& b) {
   const auto folded_less = [](char x, char y) {
-    return static_cast<unsigned char>(FoldCase(x)) < static_cast<unsigned char>(FoldCase(y));
+    return static_cast<unsigned char>(LowerAscii(x)) < static_cast<unsigned char>(LowerAscii(y));
   };
   if (std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), folded_less))
     return true;
@@ -164,7 +160,7 @@ struct Scan {
 // before anything is done with it. Throws when the folder cannot be listed.
 Scan ScanFolder(const std::string& path, std::string pattern) {
   Scan scan;
-  scan.folder = FolderWithSeparator(path);
+  scan.folder = JoinableFolder(path);
   if (pattern.empty()) pattern = "*.*";
   OpenFolder folder(scan.folder);
   while (const dirent* entry = folder.Next()) {
@@ -573,7 +569,7 @@ int16_t FileSystem::CopySubFolders(const std::string& strSource, const std::stri
                                    bool bOverWrite) {
   return Trap(error_message_, "Error in FileSystem::CopySubFolders - ", kFailure, [&] {
     const Scan scan = ScanFolder(strSource, "*.*");
-    const std::string destination = FolderWithSeparator(strDestination);
+    const std::string destination = JoinableFolder(strDestination);
     // Every copy is checked before the first one starts, so a conflict in the last
     // subfolder does not leave the others copied.
     std::vector<FolderCopy> copies;

@@ -5,14 +5,12 @@
 #include <limits>
 
 #include "platform/env.h"
+#include "platform/text_rules.h"
 
 namespace ccaddin {
 
 namespace {
 
-bool IsBlank(char c) {
-  return c == ' ' || c == '\t';
-}
 bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
@@ -48,11 +46,7 @@ std::string CurrentDecimalSeparator() {
 
 bool ParseLocaleDouble(std::string_view text, std::string_view decimal_separator, double* value) {
   if (decimal_separator.empty()) decimal_separator = ".";
-  size_t begin = 0;
-  size_t end = text.size();
-  while (begin < end && IsBlank(text[begin])) ++begin;
-  while (end > begin && IsBlank(text[end - 1])) --end;
-  text = text.substr(begin, end - begin);
+  text = TrimBlanks(text);
 
   // Rebuilt in the one form from_chars reads, whatever the locale's separator.
   std::string normal;

@@ -9,6 +9,7 @@
 
 #include "platform/date_time.h"
 #include "platform/env.h"
+#include "platform/text_rules.h"
 
 namespace ccaddin {
 
@@ -87,10 +88,6 @@ void AppendToFile(const std::string& path, const std::string& line) {
   close(fd);
 }
 
-std::string WithTrailingSeparator(const std::string& folder) {
-  return (!folder.empty() && folder.back() != '/') ? folder + '/' : folder;
-}
-
 }  // namespace
 
 void MaskLongDigitRuns(std::string& line) {
@@ -156,7 +153,7 @@ void Logging::WriteLine(std::string_view text) noexcept {
       // scatter journals where nobody looks, so the line is dropped like any other
       // line whose folder is missing.
       if (strLogPath_.empty()) return;
-      if (strLogPath_.back() != '/') strLogPath_ += '/';
+      strLogPath_ = FolderWithSeparator(strLogPath_);
       target = strLogPath_ + strLogFile_;
     }
 
@@ -185,7 +182,7 @@ void Logging::WriteLine(std::string_view text) noexcept {
 
 void Logging::ArchiveIfLarge(const std::string& stamp) const {
   // Always the configured folder and file, even when lines go to strLogFileDirAndName.
-  const std::string folder = WithTrailingSeparator(strLogPath_);
+  const std::string folder = FolderWithSeparator(strLogPath_);
   if (folder.empty() || !IsDirectory(folder)) return;
   const std::string old_folder = folder + "old/";
   if (!IsDirectory(old_folder)) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "platform/text_encoding.h"
+#include "platform/text_rules.h"
 
 namespace ccaddin {
 
@@ -25,24 +26,10 @@ bool IsBlank(char c) {
   return c == ' ' || c == '\t';
 }
 
-std::string_view Trim(std::string_view s) {
-  while (!s.empty() && IsBlank(s.front())) s.remove_prefix(1);
-  while (!s.empty() && IsBlank(s.back())) s.remove_suffix(1);
-  return s;
-}
-
-char Lower(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-}
-
 bool SameKey(std::string_view a, std::string_view b) {
   while (!a.empty() && a.back() == '\\') a.remove_suffix(1);
   while (!b.empty() && b.back() == '\\') b.remove_suffix(1);
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (Lower(a[i]) != Lower(b[i])) return false;
-  }
-  return true;
+  return EqualsIgnoringAsciiCase(a, b);
 }
 
 bool StartsWithNoCase(std::string_view s, std::string_view prefix) {
@@ -51,7 +38,7 @@ bool StartsWithNoCase(std::string_view s, std::string_view prefix) {
 
 int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
-  c = Lower(c);
+  c = LowerAscii(c);
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   return -1;
 }
@@ -132,12 +119,12 @@ std::string ReadQuoted(std::string_view s, size_t& pos, int line, std::string_vi
 
 std::string ParseHexBytes(std::string_view list, int line) {
   std::string bytes;
-  list = Trim(list);
+  list = TrimBlanks(list);
   if (list.empty()) return bytes;
   size_t pos = 0;
   while (true) {
     const size_t comma = list.find(',', pos);
-    const std::string_view item = Trim(
+    const std::string_view item = TrimBlanks(
         list.substr(pos, comma == std::string_view::npos ? std::string_view::npos : comma - pos));
     if (item.empty() && comma == std::string_view::npos && !bytes.empty()) break;  // trailing ","
     if (item.empty() || item.size() > 2 || HexDigit(item[0]) < 0 ||
@@ -165,7 +152,7 @@ RegistryValue ParseData(std::string_view data, RegFileFormat format, int line) {
   if (data.starts_with('"')) {
     size_t pos = 0;
     const std::string text = ReadQuoted(data, pos, line, "the value");
-    if (!Trim(data.substr(pos)).empty()) {
+    if (!TrimBlanks(data.substr(pos)).empty()) {
       throw ParseError{line, "unexpected text after the value's closing quote"};
     }
     value.type = kRegSz;
@@ -173,7 +160,7 @@ RegistryValue ParseData(std::string_view data, RegFileFormat format, int line) {
     return value;
   }
   if (StartsWithNoCase(data, "dword:")) {
-    const std::string_view digits = Trim(data.substr(6));
+    const std::string_view digits = TrimBlanks(data.substr(6));
     if (digits.empty() || digits.size() > 8) {
       throw ParseError{line, "a dword value needs 1 to 8 hexadecimal digits"};
     }
@@ -217,8 +204,8 @@ void Parse(std::string_view bytes, const std::vector<std::string>& accepted_keys
   const std::string text = DecodeFile(bytes, format);
   const std::vector<std::string_view> lines = SplitLines(text);
   size_t i = 0;
-  while (i < lines.size() && Trim(lines[i]).empty()) ++i;
-  if (i == lines.size() || (Trim(lines[i]) != kHeader4 && Trim(lines[i]) != kHeader5)) {
+  while (i < lines.size() && TrimBlanks(lines[i]).empty()) ++i;
+  if (i == lines.size() || (TrimBlanks(lines[i]) != kHeader4 && TrimBlanks(lines[i]) != kHeader5)) {
     throw ParseError{i == lines.size() ? 0 : static_cast<int>(i + 1),
                      "not a registry file: the first line must be \"REGEDIT4\" or \"Windows "
                      "Registry Editor Version 5.00\""};
@@ -226,7 +213,7 @@ void Parse(std::string_view bytes, const std::vector<std::string>& accepted_keys
   bool in_key = false;
   for (++i; i < lines.size(); ++i) {
     const int line_no = static_cast<int>(i + 1);
-    std::string_view line = Trim(lines[i]);
+    std::string_view line = TrimBlanks(lines[i]);
     if (line.empty() || line.starts_with(';')) continue;
     if (line.starts_with('[')) {
       if (!line.ends_with(']')) throw ParseError{line_no, "the key line has no closing \"]\""};
@@ -257,12 +244,12 @@ void Parse(std::string_view bytes, const std::vector<std::string>& accepted_keys
     while (pos < line.size() && IsBlank(line[pos])) ++pos;
     if (pos >= line.size() || line[pos] != '=')
       throw ParseError{line_no, "\"=\" expected after the name"};
-    std::string data(Trim(line.substr(pos + 1)));
+    std::string data(TrimBlanks(line.substr(pos + 1)));
     // Hexadecimal data continues on the next line after a trailing "\".
     while (StartsWithNoCase(data, "hex") && data.ends_with('\\')) {
       data.pop_back();
       if (++i >= lines.size()) throw ParseError{line_no, "the file ends inside a continued value"};
-      data += Trim(lines[i]);
+      data += TrimBlanks(lines[i]);
     }
     if (data == "-") {
       change.remove = true;

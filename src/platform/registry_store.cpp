@@ -264,11 +264,15 @@ RegStatus RegistryStore::Connect(const std::string& path, bool create,
   return RegStatus::kOk;
 }
 
+RegStatus RegistryStore::Failed() {
+  error_ = path_ + ": " + sqlite3_errmsg(impl_->db);
+  return RegStatus::kFailed;
+}
+
 RegStatus RegistryStore::BeginRead() {
   if (reading_) return RegStatus::kOk;
   if (!impl_->Exec("BEGIN")) {
-    error_ = path_ + ": " + sqlite3_errmsg(impl_->db);
-    return RegStatus::kFailed;
+    return Failed();
   }
   reading_ = true;
   return RegStatus::kOk;
@@ -290,7 +294,7 @@ RegStatus RegistryStore::OpenKey(std::string_view hive, std::string_view path, i
   std::string normal;
   if (!NormaliseKeyPath(path, &normal)) return RegStatus::kNotFound;
   Impl::Statement find(*impl_, kFindKey);
-  if (!find.ok()) return error_ = path_ + ": " + sqlite3_errmsg(impl_->db), RegStatus::kFailed;
+  if (!find.ok()) return Failed();
   find.Bind(1, std::string(hive));
   find.Bind(2, normal);
   const int rc = find.Step();
@@ -299,8 +303,7 @@ RegStatus RegistryStore::OpenKey(std::string_view hive, std::string_view path, i
     return RegStatus::kOk;
   }
   if (rc == SQLITE_DONE) return RegStatus::kNotFound;
-  error_ = path_ + ": " + sqlite3_errmsg(impl_->db);
-  return RegStatus::kFailed;
+  return Failed();
 }
 
 RegStatus RegistryStore::CreateKey(std::string_view hive, std::string_view path, int64_t* key) {
@@ -309,7 +312,7 @@ RegStatus RegistryStore::CreateKey(std::string_view hive, std::string_view path,
 
 RegStatus RegistryStore::QueryValue(int64_t key, std::string_view name, RegistryValue* value) {
   Impl::Statement query(*impl_, kQueryValue);
-  if (!query.ok()) return error_ = path_ + ": " + sqlite3_errmsg(impl_->db), RegStatus::kFailed;
+  if (!query.ok()) return Failed();
   query.Bind(1, key);
   query.Bind(2, DbText(name));
   const int rc = query.Step();
@@ -320,21 +323,19 @@ RegStatus RegistryStore::QueryValue(int64_t key, std::string_view name, Registry
     return RegStatus::kOk;
   }
   if (rc == SQLITE_DONE) return RegStatus::kNotFound;
-  error_ = path_ + ": " + sqlite3_errmsg(impl_->db);
-  return RegStatus::kFailed;
+  return Failed();
 }
 
 RegStatus RegistryStore::SetValue(int64_t key, const RegistryValue& value) {
   EndRead();
   Impl::Statement upsert(*impl_, kUpsertValue);
-  if (!upsert.ok()) return error_ = path_ + ": " + sqlite3_errmsg(impl_->db), RegStatus::kFailed;
+  if (!upsert.ok()) return Failed();
   upsert.Bind(1, key);
   upsert.Bind(2, DbText(value.name));
   upsert.Bind(3, static_cast<int64_t>(value.type));
   upsert.BindBlob(4, value.data);
   if (upsert.Step() != SQLITE_DONE) {
-    error_ = path_ + ": " + sqlite3_errmsg(impl_->db);
-    return RegStatus::kFailed;
+    return Failed();
   }
   return sqlite3_changes(impl_->db) > 0 ? RegStatus::kOk : RegStatus::kNotFound;
 }
@@ -342,12 +343,11 @@ RegStatus RegistryStore::SetValue(int64_t key, const RegistryValue& value) {
 RegStatus RegistryStore::DeleteValue(int64_t key, std::string_view name) {
   EndRead();
   Impl::Statement del(*impl_, kDeleteValue);
-  if (!del.ok()) return error_ = path_ + ": " + sqlite3_errmsg(impl_->db), RegStatus::kFailed;
+  if (!del.ok()) return Failed();
   del.Bind(1, key);
   del.Bind(2, DbText(name));
   if (del.Step() != SQLITE_DONE) {
-    error_ = path_ + ": " + sqlite3_errmsg(impl_->db);
-    return RegStatus::kFailed;
+    return Failed();
   }
   return sqlite3_changes(impl_->db) > 0 ? RegStatus::kOk : RegStatus::kNotFound;
 }
@@ -355,7 +355,7 @@ RegStatus RegistryStore::DeleteValue(int64_t key, std::string_view name) {
 RegStatus RegistryStore::ListValues(int64_t key, std::vector<RegistryValue>* values) {
   values->clear();
   Impl::Statement list(*impl_, kListValues);
-  if (!list.ok()) return error_ = path_ + ": " + sqlite3_errmsg(impl_->db), RegStatus::kFailed;
+  if (!list.ok()) return Failed();
   list.Bind(1, key);
   int rc = 0;
   while ((rc = list.Step()) == SQLITE_ROW) {
@@ -364,8 +364,7 @@ RegStatus RegistryStore::ListValues(int64_t key, std::vector<RegistryValue>* val
   }
   if (rc != SQLITE_DONE) {
     values->clear();
-    error_ = path_ + ": " + sqlite3_errmsg(impl_->db);
-    return RegStatus::kFailed;
+    return Failed();
   }
   return RegStatus::kOk;
 }
@@ -380,15 +379,14 @@ RegStatus RegistryStore::Apply(std::string_view hive, std::string_view path,
   }
   EndRead();
   const auto fail = [&] {
-    error_ = path_ + ": " + sqlite3_errmsg(impl_->db);
+    const RegStatus failed = Failed();
     impl_->Rollback();
-    return RegStatus::kFailed;
+    return failed;
   };
   // IMMEDIATE takes the write lock up front, so the busy timeout covers the whole wait
   // instead of failing on a lock upgrade half-way through.
   if (!impl_->Exec("BEGIN IMMEDIATE")) {
-    error_ = path_ + ": " + sqlite3_errmsg(impl_->db);
-    return RegStatus::kFailed;
+    return Failed();
   }
   const std::string hive_text(hive);
   // The key and every missing ancestor, as the registry keeps a tree.

@@ -114,6 +114,8 @@ class RegistryStore {
 
  private:
   struct Impl;
+  // Keeps the database path and SQLite's text of the last failure for error(); kFailed.
+  RegStatus Failed();
   RegistryStore(std::string path, std::unique_ptr<Impl> impl);
   static RegStatus Connect(const std::string& path, bool create,
                            std::unique_ptr<RegistryStore>* store, std::string* error);

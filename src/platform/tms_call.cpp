@@ -10,6 +10,7 @@
 
 #include "platform/env.h"
 #include "platform/file_system.h"
+#include "platform/text_rules.h"
 #include "platform/trap.h"
 
 namespace ccaddin {
@@ -17,23 +18,6 @@ namespace ccaddin {
 namespace {
 
 constexpr char kQuote = '"';
-
-std::string WithSeparator(const std::string& folder) {
-  return !folder.empty() && folder.back() == '/' ? folder : folder + "/";
-}
-
-std::string Upper(std::string_view text) {
-  std::string upper(text);
-  std::transform(upper.begin(), upper.end(), upper.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-  return upper;
-}
-
-std::string TrimSpaces(const std::string& text) {
-  const size_t first = text.find_first_not_of(' ');
-  if (first == std::string::npos) return {};
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
 
 std::string Quoted(const std::string& value) {
   return kQuote + value + kQuote;
@@ -80,8 +64,8 @@ SiteCodes WorkOutCodes(const std::string& currency, const std::string& acquirer,
 // code after them. `name` is the text the line was recognised by, in upper case.
 std::string KeepThreeCharacters(const std::string& line, const std::string& name,
                                 const std::string& code) {
-  const std::string trimmed = TrimSpaces(line);
-  const size_t pos = Upper(trimmed).find(name);
+  const std::string trimmed(TrimSpaces(line));
+  const size_t pos = UpperCase(trimmed).find(name);
   // The two characters after the name are normally the "=" and the opening quote.
   const size_t kept_at = pos + name.size() + 2;
   if (pos == std::string::npos || trimmed.size() < kept_at + 3) return line;
@@ -100,7 +84,7 @@ class ScriptRewriter {
 
   // The first constant the line contains decides; other lines come back unchanged.
   [[nodiscard]] std::string Rewrite(const std::string& line) const {
-    const std::string upper = Upper(line);
+    const std::string upper = UpperCase(line);
     const auto has = [&](const char* name) { return upper.find(name) != std::string::npos; };
     const std::string& l = folder_;
     if (has("CONST ZONTALKEXE")) return "Const ZONTALKEXE=" + Quoted(l + "zontalkclient.exe");
@@ -184,7 +168,7 @@ void TTmsCall::UpdateTmsScript(const std::string& strMerchantId, const std::stri
                                bool bSwipeOnTill, const std::string& strComPort,
                                const std::string& strChipAndPinDevice) {
   TrapVoid(error_message_, "TTmsCall.UpdateTmsScript() Failed - ", [&] {
-    const std::string folder = WithSeparator(strScriptLocation);
+    const std::string folder = FolderWithSeparator(strScriptLocation);
     const std::string script = folder + kScriptName;
 
     FileSystem files;
@@ -218,7 +202,8 @@ void TTmsCall::UpdateTmsScript(const std::string& strMerchantId, const std::stri
 void TTmsCall::DoTmsCall(const std::string& strScriptLocation) {
   TrapVoid(error_message_, "TTmsCall.DoTmsCall() Failed - ", [&] {
     std::string error;
-    if (!CurrentEnv()->StartDetached(WithSeparator(strScriptLocation) + kScriptName, &error)) {
+    if (!CurrentEnv()->StartDetached(FolderWithSeparator(strScriptLocation) + kScriptName,
+                                     &error)) {
       error_message_ = "TTmsCall.DoTmsCall() Failed - " + error;
     }
   });

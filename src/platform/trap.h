@@ -72,4 +72,15 @@ void TrapVoid(std::string& error_message, std::string_view prefix, F&& body) noe
   });
 }
 
+// For work whose failure has nowhere to go (the journal has no error property): a
+// failure, even running out of memory while building a line, is dropped like a line
+// that cannot be written.
+template <typename F>
+void Quietly(F&& body) noexcept {
+  try {
+    std::forward<F>(body)();
+  } catch (...) {
+  }
+}
+
 }  // namespace ccaddin

@@ -1,4 +1,5 @@
 #include "platform/variant.h"
+#include "platform/text_rules.h"
 
 #include <array>
 #include <charconv>
@@ -257,17 +258,6 @@ std::optional<DateTime> ParseDate(std::string_view text) {
   return t;
 }
 
-bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    const auto lower = [](char ch) {
-      return ch >= 'A' && ch <= 'Z' ? static_cast<char>(ch + 32) : ch;
-    };
-    if (lower(a[i]) != lower(b[i])) return false;
-  }
-  return true;
-}
-
 std::string_view TypeName(VariantType type) {
   switch (type) {
     case VariantType::kEmpty:
@@ -422,8 +412,8 @@ Coerced<bool> Variant::ToBool() const {
       std::string_view s = std::get<std::string>(value_);
       while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
       while (!s.empty() && (s.back() == ' ' || s.back() == '\t')) s.remove_suffix(1);
-      if (EqualsIgnoringCase(s, "True")) return true;
-      if (EqualsIgnoringCase(s, "False")) return false;
+      if (EqualsIgnoringAsciiCase(s, "True")) return true;
+      if (EqualsIgnoringAsciiCase(s, "False")) return false;
       [[fallthrough]];
     }
     default: {

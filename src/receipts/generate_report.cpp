@@ -10,6 +10,7 @@
 #include "payment/credit_card_common.h"
 #include "platform/csv_record.h"
 #include "platform/file_system.h"
+#include "platform/text_rules.h"
 #include "platform/trap.h"
 #include "receipts/receipt.h"
 
@@ -35,22 +36,6 @@ const std::string& Dashes() {
 std::string Mid(const std::string& text, size_t start, size_t length) {
   if (start == 0 || start > text.size()) return {};
   return text.substr(start - 1, length);
-}
-
-// Upper case of Windows-1252 text, accented letters included, as the till's own
-// upper-casing does; group names come from the server and may carry them.
-std::string UpperCase(std::string text) {
-  for (char& c : text) {
-    const auto b = static_cast<unsigned char>(c);
-    if ((b >= 'a' && b <= 'z') || (b >= 0xE0 && b <= 0xFE && b != 0xF7)) {
-      c = static_cast<char>(b - 0x20);
-    } else if (b == 0x9A || b == 0x9C || b == 0x9E) {
-      c = static_cast<char>(b - 0x10);
-    } else if (b == 0xFF) {
-      c = static_cast<char>(0x9F);
-    }
-  }
-  return text;
 }
 
 // Totals are 32-bit on the printed report, as in the server's own figures; a sum that
@@ -265,11 +250,6 @@ class ReportText {
   std::string text_;
 };
 
-std::string FolderPath(const std::string& folder) {
-  if (folder.empty() || folder.back() == '/') return folder;
-  return folder + "/";
-}
-
 }  // namespace
 
 int32_t TGenerateReport::PopulateTotalStructure(const std::string& strDataFilePath,
@@ -335,7 +315,7 @@ int32_t TGenerateReport::WriteReportFile(const TTillInformation& oTillInfo,
                                          int32_t lCurrencyExponent, bool bMemoryOnly) {
   report_.clear();
   return Trap(error_message_, kGenerateReportFailed, kFailure, [&] {
-    const std::string folder = FolderPath(strReportLocation);
+    const std::string folder = FolderWithSeparator(strReportLocation);
     ReportText text;
     std::vector<TReportTotals> totals;
     if (PopulateTotalStructure(folder + strDataFile, totals) != kSuccess) return kFailure;

@@ -11,6 +11,7 @@
 #include "platform/env.h"
 #include "platform/pad_extract.h"
 #include "platform/text_box_format.h"
+#include "platform/text_rules.h"
 #include "platform/trap.h"
 
 namespace ccaddin {
@@ -24,30 +25,10 @@ constexpr int32_t kConfirmed = QL_STATUS_AUTHORISED;
 
 const std::string kDots(TReceipt::kWidth, '.');
 
-std::string Trim(const std::string& text) {
-  const auto first = text.find_first_not_of(' ');
-  if (first == std::string::npos) return "";
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
-
-std::string TrimLeft(const std::string& text) {
-  const auto first = text.find_first_not_of(' ');
-  return first == std::string::npos ? "" : text.substr(first);
-}
-
-std::string Upper(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return text;
-}
-
-bool SameIgnoringCase(const std::string& a, const std::string& b) {
-  return Upper(a) == Upper(b);
-}
-
 // An amount field: whole minor units. An empty field counts as nothing; anything that is
 // not a whole number is refused rather than printed as a wrong amount.
 int64_t AmountOf(const std::string& field) {
-  const std::string text = Trim(field);
+  const std::string_view text = TrimSpaces(field);
   if (text.empty()) return 0;
   int64_t value = 0;
   const char* first = text.data();
@@ -210,7 +191,7 @@ int32_t TReceipt::WriteReceiptFile(const QlTransaction& oTrans, const TTillInfor
 
         spoilt |= !PrintMerchDetails(c);
         AddBlankLines(1);
-        AddLine(CentreText(Upper("Please keep this copy for your records")));
+        AddLine(CentreText(UpperCase("Please keep this copy for your records")));
         AddBlankLines(1);
         spoilt |= !PrintDateTimeReceiptID(c);
         if (!oTrans.strReferenceText.empty())
@@ -303,14 +284,15 @@ bool TReceipt::PrintCardNameExpDate(const Composition& c) {
     if (contactless) {
       const std::string label =
           !t.strAppPreferredName.empty() ? t.strAppPreferredName : t.strAppLabel;
-      AddLine(Upper(t.strSchemeName) + " CONTACTLESS");
-      if (!label.empty() && !SameIgnoringCase(label, t.strSchemeName)) AddLine(label);
+      AddLine(UpperCase(t.strSchemeName) + " CONTACTLESS");
+      if (!label.empty() && !EqualsIgnoringCase(label, t.strSchemeName)) AddLine(label);
     } else if (chip) {
       const std::string label = !t.strAppPreferredName.empty() ? t.strAppPreferredName
                                 : !t.strAppLabel.empty()       ? t.strAppLabel
                                                                : t.strSchemeName;
-      AddLine(label != t.strSchemeName ? JoinLeftRight(Upper(t.strSchemeName), "(" + label + ")")
-                                       : Upper(t.strSchemeName));
+      AddLine(label != t.strSchemeName
+                  ? JoinLeftRight(UpperCase(t.strSchemeName), "(" + label + ")")
+                  : UpperCase(t.strSchemeName));
     } else {
       AddLine(t.strSchemeName);
     }
@@ -342,15 +324,18 @@ bool TReceipt::PrintCardNameExpDate(const Composition& c) {
     }
 
     if (print_expiry) {
-      AddLine(JoinLeftRight(Upper(masked_pan), FormatCardDate(Trim(t.strExpiryDate))));
+      AddLine(JoinLeftRight(UpperCase(masked_pan),
+                            FormatCardDate(std::string(TrimSpaces(t.strExpiryDate)))));
     } else {
-      AddLine(Upper(masked_pan));
+      AddLine(UpperCase(masked_pan));
     }
-    const std::string start = !t.strStartDate.empty() && print_start
-                                  ? "START DATE : " + FormatCardDate(TrimLeft(t.strStartDate))
+    const std::string start =
+        !t.strStartDate.empty() && print_start
+            ? "START DATE : " + FormatCardDate(std::string(TrimLeadingSpaces(t.strStartDate)))
+            : "";
+    const std::string issue = !t.strIssueNumber.empty() && print_issue
+                                  ? "ISSUE NO : " + std::string(TrimLeadingSpaces(t.strIssueNumber))
                                   : "";
-    const std::string issue =
-        !t.strIssueNumber.empty() && print_issue ? "ISSUE NO : " + TrimLeft(t.strIssueNumber) : "";
     if (!start.empty()) {
       AddLine(JoinLeftRight(start, issue));
     } else if (!issue.empty()) {
@@ -438,14 +423,16 @@ bool TReceipt::PrintTransAmountDetails(const Composition& c) {
 
       if (!converted) {
         const int64_t total = AmountOf(t.strAmount) + cash_amount + gratuity_amount;
-        AddLine(JoinLeftRight("TOTAL ", Trim(t.strCurrencyText) + Money(total, lCurrencyExponent)));
+        AddLine(JoinLeftRight("TOTAL ", std::string(TrimSpaces(t.strCurrencyText)) +
+                                            Money(total, lCurrencyExponent)));
       } else {
         const std::string converted_amount = Money(AmountOf(t.strAmount), t.lTransCurrencyExponent);
         AddLine("EX RATE: 1 " + t.strBaseCurrencyText + " = " + t.strExchangeRate + " " +
                 t.strCurrencyText);
         AddLine(RightJustify40(t.strCurrencyText + converted_amount));
         AddLine(RightJustify40("TRANSACTION CURRENCY"));
-        AddLine(JoinLeftRight("TOTAL ", Trim(t.strCurrencyText) + converted_amount));
+        AddLine(
+            JoinLeftRight("TOTAL ", std::string(TrimSpaces(t.strCurrencyText)) + converted_amount));
       }
     }
 
@@ -485,7 +472,7 @@ bool TReceipt::PrintTrailor(const Composition& c) {
       if (!c.merchant_copy && t.lEntryMethodCode == QL_ENTRY_TAPPED &&
           !t.strAvailableSpend.empty()) {
         AddLine(JoinLeftRight("AVAILABLE SPEND: ",
-                              Trim(t.strCurrencyText) +
+                              std::string(TrimSpaces(t.strCurrencyText)) +
                                   FormatAmount(static_cast<int32_t>(AmountOf(t.strAvailableSpend)),
                                                lCurrencyExponent)));
       }
@@ -506,11 +493,11 @@ bool TReceipt::PrintTrailor(const Composition& c) {
           break;
         }
         PrintSignatureLines(c);
-        if (Trim(t.strAuthCode).empty() ||
-            Upper(t.strResponseText).find("BAL") != std::string::npos) {
-          AddLine(Upper(t.strResponseText));
+        if (TrimSpaces(t.strAuthCode).empty() ||
+            UpperCase(t.strResponseText).find("BAL") != std::string::npos) {
+          AddLine(UpperCase(t.strResponseText));
         } else {
-          AddLine(Upper("AUTH CODE:" + t.strAuthCode));
+          AddLine(UpperCase("AUTH CODE:" + t.strAuthCode));
         }
         AddLine(entry_line);
         if (t.lStatus != kUnconfirmed && print_source) AddLine("AUTH SOURCE : " + source);

@@ -7,18 +7,12 @@
 
 #include "platform/pad_extract.h"
 #include "platform/text_box_format.h"
+#include "platform/text_rules.h"
 #include "receipts/receipt.h"
 
 namespace ccaddin {
 
 namespace {
-
-std::string Trim(const std::string& text) {
-  const auto first = text.find_first_not_of(' ');
-  if (first == std::string::npos) return "";
-  const auto last = text.find_last_not_of(' ');
-  return text.substr(first, last - first + 1);
-}
 
 // Store and till numbers: seven digits and "_", or "UNKNOWN_" when the till gave none.
 std::string NumberPart(const std::string& number) {
@@ -36,7 +30,7 @@ std::string TReceipt::CentreText(const std::string& strText) {
 }
 
 std::string TReceipt::JoinLeftRight(const std::string& strLeft, const std::string& strRight) {
-  const std::string left = Trim(strLeft.substr(0, kWidth));
+  const std::string left(TrimSpaces(std::string_view(strLeft).substr(0, kWidth)));
   const size_t width = kWidth - left.size();
   std::string right = strRight.substr(0, width);
   return left + std::string(width - right.size(), ' ') + right;

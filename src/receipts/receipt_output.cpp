@@ -6,6 +6,7 @@
 
 #include "payment/credit_card_common.h"
 #include "platform/cc_addin_registry.h"
+#include "platform/text_rules.h"
 #include "platform/trap.h"
 #include "receipts/escpos_printer.h"
 #include "receipts/os_printer.h"
@@ -23,13 +24,6 @@ constexpr int32_t kPosPrinter = 1;
 constexpr int32_t kSerialPrinter = 2;
 constexpr int32_t kClaimTimeoutMs = 5000;
 constexpr int32_t kFullCut = 100;
-
-void ReplaceAll(std::string& text, const std::string& from, const std::string& to) {
-  if (from.empty()) return;
-  for (size_t pos = 0; (pos = text.find(from, pos)) != std::string::npos; pos += to.size()) {
-    text.replace(pos, from.size(), to);
-  }
-}
 
 std::string HostTextLines(TReceiptDataInterpreter* text, const CreditCardCommon& config,
                           const std::string& line_end) {
@@ -91,16 +85,7 @@ void PrintOnPosPrinter(PosPrinter* window_printer, const std::string& text, bool
 // leave the receipt's result alone.
 void PrintOnSerialPrinter(const std::string& text, bool cut) {
   const CreditCardCommon& config = Shared();
-  SerialPrinterSettings settings;
-  settings.strPrinterPort = config.strPrinterPort;
-  settings.lPrinterBaudRate = config.lPrinterBaudRate;
-  settings.strPrinterParity = config.strPrinterParity;
-  settings.lPrinterdatabits = config.lPrinterdatabits;
-  settings.dPrinterStopbit = config.dPrinterStopbit;
-  settings.lPrinterFlowControl = config.lPrinterFlowControl;
-  settings.strPrinterCutPaper = config.strPrinterCutPaper;
-  settings.strConfigFileLocation = config.strConfigFileLocation;
-  SerialReceiptPrinter printer(settings);
+  SerialReceiptPrinter printer(config);
   if (printer.OpenSerialPrinter() == 0) (void)printer.WriteSerialPrinter(text);
   (void)printer.CloseSerialPrinter(cut);
 }
@@ -140,7 +125,7 @@ int32_t TReceipt::PrintReceipt(PosPrinter* oPrinter, bool bMerchantCopy,
     std::string line;
     while (!file.Eof(handle)) {
       if (file.ReadData(handle, line, true, 0) != 0) throw Failure(file.strErrorMessage());
-      if (!masked.empty()) ReplaceAll(line, masked, clear);
+      if (!masked.empty()) line = ReplaceAll(std::move(line), masked, clear);
       text += line + line_end;
     }
     file.CloseFile(handle);

@@ -10,29 +10,18 @@
 
 #include "platform/connection_info.h"
 #include "platform/serial.h"
+#include "platform/serial_line.h"
 
 namespace ccaddin {
-
-// The printer settings this printer reads, named as the shared configuration names them.
-struct SerialPrinterSettings {
-  std::string strPrinterPort;
-  int32_t lPrinterBaudRate = 0;
-  std::string strPrinterParity;
-  int32_t lPrinterdatabits = 0;
-  double dPrinterStopbit = 0;
-  int32_t lPrinterFlowControl = 0;
-  std::string strPrinterCutPaper;     // hexadecimal, two digits a byte
-  std::string strConfigFileLocation;  // folder of "DirectSerialComms.log"
-};
 
 // Every procedure returns 0 on success and 1 on failure; a failure is logged, never
 // thrown, and the receipt's own result does not depend on it (a serial printer cannot
 // tell the component whether paper came out).
 class SerialReceiptPrinter {
  public:
-  static constexpr const char* kLogFileName = "DirectSerialComms.log";
-
-  explicit SerialReceiptPrinter(SerialPrinterSettings settings);
+  // Reads the printer settings strPrinterPort to lPrinterFlowControl, strPrinterCutPaper
+  // and strConfigFileLocation (the log's folder).
+  explicit SerialReceiptPrinter(CcAddinSettingValues settings);
   ~SerialReceiptPrinter();
   SerialReceiptPrinter(const SerialReceiptPrinter&) = delete;
   SerialReceiptPrinter& operator=(const SerialReceiptPrinter&) = delete;
@@ -47,16 +36,14 @@ class SerialReceiptPrinter {
   int16_t CloseSerialPrinter(bool bCut);
 
   // The line settings and their description ("Port=COM1, BaudRate=9600, ...").
-  [[nodiscard]] const TConnectionInfo& connection_info() const { return conn_info_; }
-  [[nodiscard]] const std::string& settings_text() const { return settings_text_; }
+  [[nodiscard]] const TConnectionInfo& connection_info() const { return line_.info; }
+  [[nodiscard]] const std::string& settings_text() const { return line_.description; }
 
  private:
-  void BuildConnectionInfo();
   void LogError(const std::string& message) const;
 
-  SerialPrinterSettings settings_;
-  TConnectionInfo conn_info_;
-  std::string settings_text_;
+  CcAddinSettingValues settings_;
+  SerialLine line_;
   std::unique_ptr<TSerial> serial_;
 };
 

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "platform/text_encoding.h"
+#include "platform/text_rules.h"
 #include "platform/trap.h"
 #include "ui/form.h"
 
@@ -20,14 +21,8 @@ struct Token {
   bool quoted = false;
 };
 
-std::string Lower(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return text;
-}
-
 bool IsWord(const Token& t, std::string_view word) {
-  return !t.quoted && Lower(t.text) == word;
+  return !t.quoted && LowerAscii(t.text) == word;
 }
 
 // Blanks separate tokens; "..." is one token (\" and \\ inside); # starts a comment.
@@ -219,7 +214,7 @@ class LineParser {
     if (!(in >> amount) || !in.eof() || amount < 0 || t.size() > 3) {
       throw Failure("\"wait\" needs a length of time (\"wait 2 s\", \"wait 500 ms\")");
     }
-    const std::string unit = t.size() == 3 ? Lower(t[2].text) : "s";
+    const std::string unit = t.size() == 3 ? LowerAscii(t[2].text) : "s";
     if (unit == "ms") return static_cast<int64_t>(amount);
     if (unit == "s" || unit == "sec" || unit == "second" || unit == "seconds") {
       return static_cast<int64_t>(amount * 1000);
@@ -233,7 +228,7 @@ class LineParser {
   void Action(const std::vector<Token>& t, ScriptStep& step) const {
     using A = ScriptStep::Action;
     if (t.empty()) throw Failure("the action is missing");
-    const std::string verb = t[0].quoted ? "" : Lower(t[0].text);
+    const std::string verb = t[0].quoted ? "" : LowerAscii(t[0].text);
     const auto expect_size = [&](size_t n) {
       if (t.size() != n) throw Failure("cannot read \"" + t[0].text + "\" here");
     };

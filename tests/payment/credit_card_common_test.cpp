@@ -2,16 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
-#include <string_view>
 #include <thread>
-#include <type_traits>
-#include <variant>
 
 #include "payment/tamberin_string.h"
 #include "platform/cc_addin_registry.h"
-#include "platform/cc_addin_settings.h"
 #include "platform/virtual_env.h"
 #include "support/test_registry.h"
 
@@ -19,69 +14,6 @@ namespace ccaddin {
 namespace {
 
 using testing::TestRegistry;
-
-// A value per setting that no other setting has, so a member wired to the wrong setting
-// shows up.
-std::string DistinctStoredText(const SettingDef& setting) {
-  return std::visit(
-      [&](auto member) -> std::string {
-        using M = std::remove_cvref_t<decltype(TCcAddinRegistry{}.*member)>;
-        if constexpr (std::is_same_v<M, std::string>)
-          return "text" + std::to_string(setting.number);
-        if constexpr (std::is_same_v<M, int32_t>) return std::to_string(1000 + setting.number);
-        if constexpr (std::is_same_v<M, bool>) return setting.number % 2 == 0 ? "1" : "0";
-        return "2";
-      },
-      setting.field);
-}
-
-TEST(CreditCardCommonLoad, EveryUsedSettingArrivesInTheMemberOfItsName) {
-  TestRegistry registry;
-  for (const SettingDef& setting : CcAddinSettings()) {
-    registry.Set(std::string(setting.value_name), DistinctStoredText(setting));
-  }
-  registry.Set("PrintNormalControl", "1B21");
-  registry.Set("PrintBoldControl", "1B48");
-  ScopedSharedState scoped;
-  ASSERT_EQ(Shared().LoadConfiguration(), 0);
-  TCcAddinRegistry expected;
-  expected.ReadRegistry();
-
-  const CreditCardCommon& loaded = Shared();
-  int compared = 0;
-  for (const SharedConfigurationField& field : SharedConfigurationFields()) {
-    // These three are adjusted on loading; their own tests cover them.
-    if (field.property == "lStartupPosition" || field.property == "strPrintNormalControl" ||
-        field.property == "strPrintBoldControl") {
-      continue;
-    }
-    const SettingDef* setting = nullptr;
-    for (const SettingDef& s : CcAddinSettings()) {
-      if (s.property == field.property) setting = &s;
-    }
-    ASSERT_NE(setting, nullptr) << field.property;
-    std::visit(
-        [&](auto mine, auto theirs) {
-          using Mine = std::remove_cvref_t<decltype(loaded.*mine)>;
-          using Theirs = std::remove_cvref_t<decltype(expected.*theirs)>;
-          if constexpr (std::is_same_v<Mine, Theirs>) {
-            EXPECT_EQ(loaded.*mine, expected.*theirs) << field.property;
-            ++compared;
-          } else {
-            ADD_FAILURE() << field.property << " has another type than its setting";
-          }
-        },
-        field.member, setting->field);
-  }
-  EXPECT_EQ(compared, 78);
-  std::set<std::string_view> names;
-  for (const SharedConfigurationField& field : SharedConfigurationFields())
-    names.insert(field.property);
-  EXPECT_EQ(names.size(), kSharedConfigurationFieldCount) << "a member is listed twice";
-  EXPECT_EQ(loaded.strQuaylinkClientId, "text12");
-  EXPECT_EQ(loaded.lPrintReceiptsBitmap, 1036);
-  EXPECT_TRUE(loaded.strErrorMessage().empty()) << loaded.strErrorMessage();
-}
 
 TEST(CreditCardCommonLoad, EncryptionForcesCardEnquiryAndExternalSwipe) {
   TestRegistry registry;

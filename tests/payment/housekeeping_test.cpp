@@ -94,6 +94,14 @@ TEST_F(HousekeepingTest, ZReportDateAndReceiptPurgeGoThroughTheSettingsStore) {
   Shared().HousekeepReceipts();
   EXPECT_FALSE(std::filesystem::exists(old_receipt));
   EXPECT_EQ(registry_.Text("LastReceiptDeleteDate"), "20261123");
+
+  // No receipt folder: no purge at all (it must never scan the root of the file system),
+  // so the day is not recorded either.
+  registry_.Set("ReceiptFileLocation", "");
+  registry_.Set("LastReceiptDeleteDate", "20261120");
+  Shared().LoadConfiguration();
+  Shared().HousekeepReceipts();
+  EXPECT_EQ(registry_.Text("LastReceiptDeleteDate"), "20261120");
 }
 
 }  // namespace

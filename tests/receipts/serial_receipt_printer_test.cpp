@@ -12,8 +12,8 @@
 namespace ccaddin {
 namespace {
 
-SerialPrinterSettings Settings(const std::string& port, const std::string& log_folder) {
-  SerialPrinterSettings s;
+CcAddinSettingValues Settings(const std::string& port, const std::string& log_folder) {
+  CcAddinSettingValues s;
   s.strPrinterPort = port;
   s.lPrinterBaudRate = 9600;
   s.strPrinterParity = "N";
@@ -25,53 +25,10 @@ SerialPrinterSettings Settings(const std::string& port, const std::string& log_f
   return s;
 }
 
-struct DescriptionCase {
-  std::string parity;
-  int32_t databits;
-  double stopbit;
-  int32_t flow;
-  std::string text;  // after "Port=..., BaudRate=9600"
-  int32_t parity_code, databits_code, stopbit_code, flow_code;
-};
-
-// The description is what a merchant reads in the log to see what the port was set
-// to, so every setting's wording and its line code are checked together.
-TEST(SerialReceiptPrinter, SettingsBecomeLineCodesAndTheLoggedDescription) {
-  const DescriptionCase cases[] = {
-      {"", 8, 1, 0, ", Databits=8, Stopbit=1, FlowControl=NONE", 2, 4, 0, 0},
-      {"even", 7, 1.5, 1, ", Parity=EVEN, Databits=7, Stopbit=1.5, FlowControl=XONXOFF", 0, 3, 1,
-       3},
-      {"O", 4, 2, 2, ", Parity=ODD, Databits=4, Stopbit=2, FlowControl=RTSCTS", 1, 0, 2, 1},
-      {"s", 9, 3, 7, ", Parity=SPACE, Databits=8, Stopbit=1, FlowControl=RTSCTS", 3, 4, 0, 1},
-      {"Mark", 0, 0, -1, ", Parity=MARK, Databits=8, Stopbit=1, FlowControl=RTSCTS", 4, 4, 0, 1},
-      {"X", 5, 1, 0, ", Parity=NONE, Databits=5, Stopbit=1, FlowControl=NONE", 2, 1, 0, 0},
-  };
-  testing::TempDir dir;
-  const std::string port = dir.file("no-such-port");
-  for (const DescriptionCase& c : cases) {
-    SCOPED_TRACE(c.text);
-    SerialPrinterSettings s = Settings(port, dir.folder());
-    s.strPrinterParity = c.parity;
-    s.lPrinterdatabits = c.databits;
-    s.dPrinterStopbit = c.stopbit;
-    s.lPrinterFlowControl = c.flow;
-    SerialReceiptPrinter printer(s);
-    EXPECT_EQ(printer.OpenSerialPrinter(), 1);  // nothing at that path
-    EXPECT_EQ(printer.settings_text(), "Port=" + port + ", BaudRate=9600" + c.text);
-    const TConnectionInfo& info = printer.connection_info();
-    EXPECT_EQ(info.strComPort, port);
-    EXPECT_EQ(info.lBaudRate, 9600);
-    EXPECT_EQ(info.lParity, c.parity_code);
-    EXPECT_EQ(info.lDatabits, c.databits_code);
-    EXPECT_EQ(info.lStopbit, c.stopbit_code);
-    EXPECT_EQ(info.lFlowControl, c.flow_code);
-  }
-}
-
 class SerialPrinterLineTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(line_.ready()) << "socat pty pair did not come up"; }
-  [[nodiscard]] std::string Log() const { return logs_.Read(SerialReceiptPrinter::kLogFileName); }
+  [[nodiscard]] std::string Log() const { return logs_.Read(kSerialLogFile); }
 
   testing::SocatLine line_;
   testing::TempDir logs_;
@@ -104,7 +61,7 @@ TEST_F(SerialPrinterLineTest, CutCommandIsSentOnlyWhenWantedAndWholeBytes) {
   } cases[] = {{false, "1B6D"}, {true, "1B6"}, {true, ""}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.command);
-    SerialPrinterSettings s = Settings(line_.near(), logs_.folder());
+    CcAddinSettingValues s = Settings(line_.near(), logs_.folder());
     s.strPrinterCutPaper = c.command;
     SerialReceiptPrinter printer(s);
     ASSERT_EQ(printer.OpenSerialPrinter(), 0) << Log();
@@ -114,14 +71,17 @@ TEST_F(SerialPrinterLineTest, CutCommandIsSentOnlyWhenWantedAndWholeBytes) {
   }
 }
 
+// The printer reads the first letter of the parity setting ("odd" is odd parity).
 TEST_F(SerialPrinterLineTest, FailuresAreLoggedWithTheSettings) {
-  SerialReceiptPrinter missing(Settings(logs_.file("gone"), logs_.folder()));
+  CcAddinSettingValues gone = Settings(logs_.file("gone"), logs_.folder());
+  gone.strPrinterParity = "odd";
+  SerialReceiptPrinter missing(gone);
   EXPECT_EQ(missing.OpenSerialPrinter(), 1);
   EXPECT_EQ(missing.WriteSerialPrinter("TEXT"), 1);
   // The cut is still attempted and the port still closed, each failing in the log.
   EXPECT_EQ(missing.CloseSerialPrinter(true), 1);
   const std::string settings = "COM Settings=Port=" + logs_.file("gone") +
-                               ", BaudRate=9600, Parity=NONE, Databits=8, Stopbit=1, "
+                               ", BaudRate=9600, Parity=ODD, Databits=8, Stopbit=1, "
                                "FlowControl=NONE : Error=";
   const std::string log = Log();
   EXPECT_NE(log.find(settings + "Connect() Failed - "), std::string::npos) << log;
