@@ -2,6 +2,7 @@
 
 import json
 import os
+import re
 import sqlite3
 import unittest
 
@@ -40,19 +41,32 @@ class WindowTenderTest(unittest.TestCase):
         return self.hook.call(method, *args[:at], ByRef(self.till), ByRef(self.info), *args[at + 1:])
 
     def server(self):
+        """What the simulated server recorded: reference, state, transaction code, amount."""
         with sqlite3.connect(os.path.join(self.site.config_folder, "qlsim-server.sqlite")) as db:
-            return db.execute("SELECT ref, state FROM transactions").fetchall()
+            rows = db.execute("SELECT ref, state, record FROM transactions").fetchall()
+        return [(ref, state, json.loads(record)["lTransactionTypeCode"],
+                 int(json.loads(record)["strAmount"])) for ref, state, record in rows]
 
-    def test_sale_accepted_at_the_window_is_confirmed_printed_and_reported(self):
+    def test_each_kind_of_tender_accepted_at_the_window_is_confirmed_printed_and_reported(self):
         self.hook.call("SetCustomerReceiptEndText", "<B>THANK YOU", "", "")
-        self.assertTrue(self.tender("when fraConfirm is visible: click cmdConfirmAuth",
-                                    "Process4", 0, 1250, "ORDER 77", ..., False))
-        self.assertEqual((self.info.lResponseCode, self.info.strPanLast4Digits), (1, "0010"))
-        self.assertEqual(self.server(), [(self.info.lTransactionRefNo, 1)])  # confirmed
-        self.assertIn("ORDER 77", self.info.strCustomerReceipt)
-        with open(self.paper, "rb") as f:
-            self.assertRegex(f.read().decode("cp1252"),
-                             r"(?s)MERCHANT COPY.*ORDER 77.*CUSTOMER COPY\s+\S*THANK YOU")
+        # kind, the server's code for it, the call (the final authorisation's customer copy is
+        # left to the till)
+        for kind, code, method, *args in [(0, 1, "Process4", 1250, "ORDER 77", ..., False),
+                                          (1, 6, "Process", 2599, ...),
+                                          (2, 4, "Process3", 15000, "ORDER 77", ...),
+                                          (3, 5, "Process4", 14250, "ORDER 77", ..., True)]:
+            with self.subTest(kind=kind):
+                open(self.paper, "wb").close()
+                self.assertTrue(self.tender("when fraConfirm is visible: click cmdConfirmAuth",
+                                            method, kind, *args))
+                self.assertEqual((self.info.lResponseCode, self.info.strPanLast4Digits), (1, "0010"))
+                self.assertEqual(self.server()[-1], (self.info.lTransactionRefNo, 1, code, args[0]))
+                self.assertIn("**** 0010", self.info.strCustomerReceipt)
+                with open(self.paper, "rb") as f:
+                    paper = f.read().decode("cp1252")
+                self.assertEqual(re.findall(r"(MERCHANT|CUSTOMER) COPY\s+(?:\S*(THANK YOU))?", paper),
+                                 [("MERCHANT", "")] + [("CUSTOMER", "THANK YOU")] * (kind != 3))
+                self.assertEqual("REF :                           ORDER 77" in paper, kind != 1)
 
     def test_split_request_leaves_the_tender_unpaid_and_a_zero_tender_shows_no_window(self):
         self.site.configure({"readerStates": [1]})
