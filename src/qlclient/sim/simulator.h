@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "qlclient/ql_factory.h"
+#include "qlclient/ql_transaction.h"
 #include "qlclient/sim/sim_card.h"
 #include "qlclient/sim/sim_store.h"
 
@@ -42,5 +43,10 @@ void ResetSimulator();
 
 // The status text the terminal shows now.
 [[nodiscard]] std::string CurrentTerminalStatus();
+
+// The last transaction the till sent for authorisation, as the terminal received it
+// before the server's answer was filled in (kept in memory only, for tests that check
+// what the till sends); none before the first.
+[[nodiscard]] std::optional<QlTransaction> LastTransactionSent();
 
 }  // namespace ccaddin::sim

@@ -13,6 +13,7 @@
 #include "platform/env.h"
 #include "platform/text_encoding.h"
 #include "ui/form.h"
+#include "ui/headless/script_in_force.h"
 #include "ui/qt/qt_form_view.h"
 #include "ui/script_runner.h"
 
@@ -61,8 +62,9 @@ class EventPump final : public Env {
     QTimer::singleShot(ms, Qt::PreciseTimer, &wait, &QEventLoop::quit);
     wait.exec();
   }
-  bool FileCreationTime(const std::string& path, DateTime* created, std::string* error) override {
-    return inner_->FileCreationTime(path, created, error);
+  bool FileCreationTime(int folder_fd, const char* name, DateTime* created,
+                        std::string* error) override {
+    return inner_->FileCreationTime(folder_fd, name, created, error);
   }
   std::string DecimalSeparator() override { return inner_->DecimalSeparator(); }
   bool StartDetached(const std::string& program, std::string* error) override {
@@ -249,6 +251,12 @@ bool QtFormLoop::ShowModal(Form& form, std::string& error) {
 
 void InstallQtFormLoop() {
   InstallDisplayLoop([] { return std::make_unique<QtFormLoop>(); });
+  InstallScriptedDisplayLoop([](OperatorScript script, ScriptRunner::Journal journal) {
+    QtLoopOptions options;
+    options.script = std::move(script);
+    options.journal = std::move(journal);
+    return std::make_unique<QtFormLoop>(std::move(options));
+  });
 }
 
 bool RenderFormPicture(Form& form, const Control* part, const std::string& png_path,
