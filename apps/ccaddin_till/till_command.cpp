@@ -147,8 +147,9 @@ class TillLoop final : public Env {
     if (timed_out_ || interrupted()) hook_.AbortTransaction();
   }
   void Sleep(int32_t ms) override { inner_.Sleep(ms); }
-  bool FileCreationTime(const std::string& path, DateTime* created, std::string* error) override {
-    return inner_.FileCreationTime(path, created, error);
+  bool FileCreationTime(int folder_fd, const char* name, DateTime* created,
+                        std::string* error) override {
+    return inner_.FileCreationTime(folder_fd, name, created, error);
   }
   std::string DecimalSeparator() override { return inner_.DecimalSeparator(); }
   bool StartDetached(const std::string& program, std::string* error) override {
