@@ -252,6 +252,12 @@ bool QtFormLoop::ShowModal(Form& form, std::string& error) {
 void InstallQtFormLoop() {
   InstallDisplayLoop([] { return std::make_unique<QtFormLoop>(); });
   InstallScriptPictures(RenderFormPicture);
+  InstallScriptedDisplayLoop([](OperatorScript script, ScriptRunner::Journal journal) {
+    QtLoopOptions options;
+    options.script = std::move(script);
+    options.journal = std::move(journal);
+    return std::make_unique<QtFormLoop>(std::move(options));
+  });
 }
 
 bool RenderFormPicture(Form& form, const Control* part, const std::string& png_path,
