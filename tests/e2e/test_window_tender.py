@@ -44,12 +44,13 @@ class WindowTenderTest(unittest.TestCase):
         self.assertEqual(self.site.files_with_a_card_number(), [])
         self.site.close()
 
-    def tender(self, step, method, *args):
+    def tender(self, step, method, *args, hook=None):
         """The hook's call with the till's records where `...` stands."""
         with open(self.script, "w") as f:
             f.write(step + "\n")
         at = args.index(...)
-        return self.hook.call(method, *args[:at], ByRef(self.till), ByRef(self.info), *args[at + 1:])
+        return (hook or self.hook).call(method, *args[:at], ByRef(self.till), ByRef(self.info),
+                                        *args[at + 1:])
 
     def server(self):
         """What the simulated server recorded: reference, state, transaction code, amount."""
@@ -101,3 +102,28 @@ class WindowTenderTest(unittest.TestCase):
                          (0, [], 0))
         self.assertRegex(self.site.journal(), "(?s)Split tender is not available.*"
                          "Transaction value must be greater than 0.*no operator script")
+
+    def test_a_card_the_server_stored_pays_again_without_the_card(self):
+        accept = "when fraConfirm is visible: click cmdConfirmAuth"
+        self.site.configure({"card": "visa_token", "readerStates": [3]})
+        self.assertTrue(self.tender(accept, "Process", 0, 1250, ...))
+        token = self.info.strToken
+        self.assertTrue(token)
+        stored = LIB.create("TamberinCcAddin.TTokenTransactionHook")
+        try:
+            # continuous authority; a pre-authorisation asked of a stored card pays back
+            for kind, code, amount in [(0, 1, 1999), (2, 6, 500)]:
+                with self.subTest(kind=kind):
+                    self.assertTrue(self.tender(accept, "Process", kind, 2, amount, token, "1228",
+                                                "SUB 4411", ..., hook=stored))
+                    self.assertEqual(self.server()[-1], (self.info.lTransactionRefNo, 1, code, amount))
+                    self.assertEqual((self.info.lResponseCode, self.info.strPanLast4Digits), (1, "0000"))
+            self.assertFalse(self.tender(accept, "Process", 0, 2, 1999, token, "28/12", "", ...,
+                                         hook=stored))
+            self.assertEqual((self.info.lResponseCode, len(self.server())), (0, 3))
+            self.assertIn('"28/12" is not MMYY', stored.strErrorMessage)
+        finally:
+            stored.close()
+        for path in self.site.files():
+            with open(path, "rb") as f:
+                self.assertNotIn(token.encode(), f.read(), path)

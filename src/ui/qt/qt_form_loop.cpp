@@ -268,6 +268,7 @@ bool QtFormLoop::ShowModal(Form& form, std::string& error) {
 
 void InstallQtFormLoop() {
   InstallDisplayLoop([] { return std::make_unique<QtFormLoop>(); });
+  InstallScriptPictures(RenderFormPicture);
   InstallScriptedDisplayLoop([](OperatorScript script, ScriptRunner::Journal journal) {
     QtLoopOptions options;
     options.script = std::move(script);
