@@ -179,7 +179,8 @@ void TransactionCase::Check(const frmTransaction& window) {
   EXPECT_EQ(CardNumbersInFiles(site_.path().string()), std::vector<std::string>{});
   if (shared.strToken.empty()) return;
   for (const auto& file : std::filesystem::recursive_directory_iterator(site_.path())) {
-    if (!file.is_regular_file()) continue;
+    // The simulator's configuration is the case's own file, which may name the token.
+    if (!file.is_regular_file() || file.path().filename() == "qlclient.json") continue;
     EXPECT_EQ(ReadFile(file.path().string()).find(shared.strToken), std::string::npos)
         << file.path() << " holds the card token";
   }
