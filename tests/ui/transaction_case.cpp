@@ -90,6 +90,15 @@ OperatorScript TransactionCase::TakeScript() {
   return std::move(*script);
 }
 
+void TransactionCase::Run(FormLoop& loop, const ScriptRunner& runner, frmTransaction& window) {
+  ScopedFormLoop scoped_loop(&loop);
+  std::string error;
+  ASSERT_TRUE(loop.ShowModal(window, error)) << error;
+  EXPECT_FALSE(runner.Failed()) << runner.Failure();
+  EXPECT_TRUE(runner.Finished());
+  Check(window);
+}
+
 void TransactionCase::Check(const frmTransaction& window) {
   const json& outcome = doc_.at("outcome");
   const CreditCardCommon& shared = Shared();
@@ -103,14 +112,23 @@ void TransactionCase::Check(const frmTransaction& window) {
   for (const ClientReceipt& receipt : shared.oClientReceipts) receipts.push_back(receipt.lType);
   EXPECT_EQ(json(receipts), outcome.value("receipts", json::array()));
 
-  // What the server recorded of the last transaction, if any.
+  // What the server recorded of the last transaction, if any: where it stands, and what
+  // kind of transaction of what amount it filed.
   std::string server = "none";
+  json stored;
   const std::filesystem::path store = site_.path() / "qlsim-server.sqlite";
   if (std::filesystem::exists(store)) {
     sim::SimStore records(store.string());
-    if (auto last = records.Find(-1)) server = sim::StoreStateName(last->state);
+    if (auto last = records.Find(-1)) {
+      server = sim::StoreStateName(last->state);
+      stored = {{"lTransactionTypeCode", last->trans.lTransactionTypeCode},
+                {"strAmount", last->trans.strAmount}};
+    }
   }
   EXPECT_EQ(server, outcome.value("server", "none"));
+  if (outcome.contains("stored")) {
+    EXPECT_EQ(stored, outcome.at("stored"));
+  }
   // Only a confirmation the server refused (which the window does not hear of in
   // operating mode 0) may leave a completed sale unconfirmed.
   const std::string faults = doc_.value("simulator", json::object()).value("faults", json()).dump();
