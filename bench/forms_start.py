@@ -24,11 +24,9 @@ def measure(program, env):
     return wall, usage.ru_maxrss / 1024.0  # KiB to MiB
 
 
-def main():
-    folder = sys.argv[1] if len(sys.argv) > 1 else "build/release/bench"
-    runs = int(sys.argv[2]) if len(sys.argv) > 2 else 30
-    env = dict(os.environ, QT_QPA_PLATFORM="offscreen")
-    programs = {"bare_qt_dialog": [], "question_box_process": []}
+def against_floor(folder, program, env, runs):
+    """Runs `program` and the floor alternately and prints their medians and peaks."""
+    programs = {"bare_qt_dialog": [], program: []}
     for _ in range(runs):
         for name, results in programs.items():
             results.append(measure(os.path.join(folder, name), env))
@@ -38,6 +36,13 @@ def main():
         rss = max(r for _, r in results)
         print(f"{name:22} median wall {wall * 1000:7.1f} ms  ({wall / floor:4.2f}x floor)  "
               f"peak RSS {rss:5.1f} MiB")
+
+
+def main():
+    folder = sys.argv[1] if len(sys.argv) > 1 else "build/release/bench"
+    runs = int(sys.argv[2]) if len(sys.argv) > 2 else 30
+    against_floor(folder, "question_box_process", dict(os.environ, QT_QPA_PLATFORM="offscreen"),
+                  runs)
 
 
 if __name__ == "__main__":
