@@ -4,6 +4,8 @@ import json
 import os
 import re
 import sqlite3
+import subprocess
+import sys
 import unittest
 
 import ccaddin
@@ -12,6 +14,13 @@ from tillsite import TillSite
 
 LIB = ccaddin.Library(os.environ["CCADDIN_LIBRARY"])
 os.environ.setdefault("QT_QPA_PLATFORM", "offscreen")  # the widgets of a window drawn by Qt
+
+SERVICE_TILL = """
+import ccaddin, sys
+lib = ccaddin.Library(sys.argv[1])
+till, info = (ccaddin.ByRef(lib.create("TamberinCcAddin." + n)) for n in ("TTillInformation", "TTransactionInfo"))
+print(lib.create("TamberinCcAddin.TTransactionHook").call("Process", 0, 2000, till, info))
+"""
 
 
 class WindowTenderTest(unittest.TestCase):
@@ -74,12 +83,19 @@ class WindowTenderTest(unittest.TestCase):
                                  [("MERCHANT", "")] + [("CUSTOMER", "THANK YOU")] * (kind != 3))
                 self.assertEqual("ORDER 77" in paper, "ORDER 77" in args)
 
-    def test_split_request_leaves_the_tender_unpaid_and_a_zero_tender_shows_no_window(self):
-        self.site.configure({"readerStates": [1]})
+    def test_split_request_zero_tender_and_till_without_display_or_script_leave_it_unpaid(self):
+        self.site.configure({"readerStates": [1]})  # no card ever comes
         self.assertFalse(self.tender("when cmdSplitTender is visible: click cmdSplitTender",
                                      "Process", 0, 2000, ...))
         self.assertFalse(self.tender("close the window", "Process2", 0, 0, 0, 0, ...))
+        # A till process run as a service: its window must not wait for ever for nobody.
+        env = {name: value for name, value in os.environ.items() if name not in
+               ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "CCADDIN_OPERATOR_SCRIPT")}
+        service = subprocess.run([sys.executable, "-c", SERVICE_TILL, os.environ["CCADDIN_LIBRARY"]],
+                                 env=dict(env, PYTHONPATH=os.path.dirname(ccaddin.__file__)),
+                                 capture_output=True, text=True, timeout=60)
+        self.assertEqual(service.stdout, "False\n", service.stderr)
         self.assertEqual((self.info.lResponseCode, self.server(), os.path.getsize(self.paper)),
                          (0, [], 0))
         self.assertRegex(self.site.journal(), "(?s)Split tender is not available.*"
-                         "Transaction value must be greater than 0")
+                         "Transaction value must be greater than 0.*no operator script")
