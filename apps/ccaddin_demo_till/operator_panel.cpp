@@ -125,8 +125,7 @@ OperatorPanel::OperatorPanel(Addin& addin, std::string config_file,
   // The PIN pad's text changes while the component's window polls the terminal; the till's
   // event loop keeps running meanwhile, so this timer does too.
   auto* poll = new QTimer(this);
-  connect(poll, &QTimer::timeout, this,
-          [this] { pin_pad_->setText(QString::fromStdString(addin_.TerminalStatus())); });
+  connect(poll, &QTimer::timeout, this, [this] { ShowPinPad(); });
   poll->start(100);
 }
 
@@ -143,6 +142,11 @@ bool OperatorPanel::ChooseCard(const QString& name, std::string& error) {
 
 void OperatorPanel::TenderEnded() {
   lose_connection_->setChecked(false);
+  ShowPinPad();
+}
+
+void OperatorPanel::ShowPinPad() {
+  pin_pad_->setText(QString::fromStdString(addin_.TerminalStatus()));
 }
 
 std::string OperatorPanel::Describe() const {

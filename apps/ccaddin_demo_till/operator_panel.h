@@ -34,6 +34,7 @@ class OperatorPanel final : public QWidget {
   [[nodiscard]] std::string Describe() const;
 
  private:
+  void ShowPinPad();
   void Apply();
   bool WriteConfiguration(std::string& error);
 

@@ -2,7 +2,7 @@
 # A fresh site's first sale paid with both receipts and the window's pictures; the operator
 # panel's card reaching the simulator; a bad amount and a damaged site refused.
 set -euo pipefail
-till=$1 work=$2 data=$3
+till=$1 work=$2 data=$3 pictures=$4
 rm -rf "$work" && mkdir -p "$work"
 site=$work/site
 fail() { echo "FAILED: $1"; echo "$out"; exit 1; }
@@ -26,6 +26,10 @@ grep -q '^Outcome: Sale: NOT PAID (DECLINED)' <<<"$out" || fail "declined outcom
 grep -q 'strPanLast4Digits *0011$' <<<"$out" || fail "the panel's card was not the one read"
 grep -q '"card": "mc_contactless_pin"' "$site/config/qlclient.json" || fail "panel's card not kept"
 ! grep -rlaE '4761739001010119|5413330089020011' "$site" || fail "a card number in clear on disk"
+
+mkdir -p "$pictures" # the README shows the till and the panel as the first sale left them
+cp "$site/pictures/3_till.png" "$pictures/demo_till.png"
+cp "$site/pictures/4_operator_panel.png" "$pictures/demo_operator_panel.png"
 
 status=0 && out=$(run --amount 21474836.48) || status=$?
 [ $status -eq 3 ] && grep -q 'is not an amount' <<<"$out" || fail "overflowing amount taken"
