@@ -30,7 +30,7 @@ TEST(OperatorScript, MalformedScriptsNameTheLineAndTheReason) {
       {"frobnicate cmdOK",
        "t:1: unknown action \"frobnicate\" (click, type, press, wait, close, expect, picture)"},
       {"type \"4761 into txtEntry", "t:1: a quoted text has no closing quote"},
-      {"click tmrStart", "t:1: no control named tmrStart"},
+      {"click tmrStart", "t:1: cannot click the timer tmrStart"},
       {"[\"click cmdOK\",\n  \"click cmdNope\"]", "t:2: no control named cmdNope"},
       {"{\"steps\": [\n  {\"when\": \"cmdOK is visible\", \"do\": \"press Hyper\"}]}",
        "t:2: unknown key \"Hyper\""},

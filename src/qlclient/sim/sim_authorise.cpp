@@ -208,6 +208,7 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "Processor.Process", result, &lErrorCode, strErrorText)) return result;
+    const bool read_by_terminal = !t->card && oTrans.strPan.empty() && oTrans.strTrack.empty();
     if (!t->card && !TakeTillCard(*t, oTrans)) {
       // The terminal has no card for this transaction: the till must enquire first.
       return QL_ANSWER_ENQUIRY_NEEDED;
@@ -247,6 +248,13 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
       Convert(*t, oTrans);
     const CardOutcome outcome = m.outcome ? *m.outcome : card.outcome;
     Authorise(*t, oTrans, outcome, card.cvm, m.offline);
+    if (read_by_terminal && t->config->terminal_settles) {
+      t->store->Update(oTrans.lTransRefNo,
+                       oTrans.lStatus == QL_STATUS_AUTHORISED ? StoreState::kConfirmed
+                       : oTrans.lStatus == QL_STATUS_DECLINED ? StoreState::kDeclined
+                                                              : StoreState::kPending,
+                       oTrans);
+    }
     Finish(*t, oTrans);
     return QL_ANSWER_DONE;
   }
@@ -300,7 +308,7 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
       t.entry_code = entry == CardEntry::kSwipe ? QL_ENTRY_SWIPED : QL_ENTRY_KEYED;
       return true;
     }
-    if (t.started && t.config->terminal_reads_card) {
+    if (t.config->terminal_reads_card) {
       t.card = PresentedCard(t);
       t.card_pan = t.card->pan;
       t.card_expiry = t.card->expiry;

@@ -110,6 +110,7 @@ void Parse(const std::string& path, const json& j, SimConfig& c) {
   }
   Take(j, "online", c.online);
   Take(j, "terminalReadsCard", c.terminal_reads_card);
+  Take(j, "terminalSettles", c.terminal_settles);
   Take(j, "delayMs", c.delay_ms);
   if (c.delay_ms < 0) Bad(path, "delayMs must not be negative");
   Take(j, "magicAmounts", c.magic_amounts);

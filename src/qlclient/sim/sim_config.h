@@ -40,6 +40,9 @@ struct SimConfig {
   // Terminals that read the card themselves (integrated mode): an authorisation sent
   // without a card enquiry uses the presented card instead of asking for an enquiry.
   bool terminal_reads_card = false;
+  // Such a terminal also settles what it authorised with the server itself (the till
+  // confirms nothing): its approvals are stored confirmed, its declines declined.
+  bool terminal_settles = false;
   std::string card = "visa_chip_pin";
   std::vector<int32_t> reader_states;  // empty: the card's own sequence
   int32_t delay_ms = 0;

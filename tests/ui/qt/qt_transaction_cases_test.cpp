@@ -1,0 +1,116 @@
+// The transaction window through the Qt view on the offscreen platform. The cases with
+// picture steps run once in each layout (the normal window and the full-screen layout of
+// touch-screen tills) and leave the README's pictures of every frame in <build>/pictures;
+// one sale runs through the widgets in real time against a terminal that takes its time,
+// to show that the window stays alive while a request waits: the terminal's texts reach
+// the status line, Cancel is disabled, and the window refuses to close.
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+#include <tuple>
+
+#include "platform/virtual_env.h"
+#include "support/case_files.h"
+#include "transaction_case.h"
+#include "ui/headless/headless_loop.h"
+#include "ui/qt/qt_form_loop.h"
+#include "ui/script_runner.h"
+
+// fontconfig keeps a cache allocation for the life of the process that it never frees;
+// the sanitizer build's leak check ignores that one library and nothing else.
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:libfontconfig.so\n";
+}
+
+namespace ccaddin {
+namespace {
+
+using testing::TransactionCase;
+
+std::vector<std::string> CasesWithPictures() {
+  std::vector<std::string> names;
+  for (const std::string& name : testing::CaseNames(TransactionCase::kFolder)) {
+    if (testing::ReadCase(TransactionCase::kFolder, name).dump().find("\"picture ") !=
+        std::string::npos)
+      names.push_back(name);
+  }
+  return names;
+}
+
+// A picture is the whole window at 15 twips a pixel, with something drawn in it.
+void ExpectDrawn(const std::string& file, const Form& form) {
+  const QImage image(QString::fromStdString(file));
+  ASSERT_FALSE(image.isNull()) << file;
+  EXPECT_EQ(image.width(), form.Geometry().width / 15) << file;
+  EXPECT_EQ(image.height(), form.Geometry().height / 15) << file;
+  std::set<QRgb> colours;
+  for (int y = 0; y < image.height(); y += 3) {
+    for (int x = 0; x < image.width(); x += 3) colours.insert(image.pixel(x, y));
+  }
+  EXPECT_GT(colours.size(), 8u) << file;
+}
+
+class TransactionPictures : public ::testing::TestWithParam<std::tuple<std::string, bool>> {
+ protected:
+  static void SetUpTestSuite() {
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    std::filesystem::create_directories(CCADDIN_PICTURE_DIR);
+  }
+};
+
+TEST_P(TransactionPictures, DrawsItsFramesInBothLayouts) {
+  const auto& [name, full_screen] = GetParam();
+  VirtualEnv env;
+  ScopedEnv scoped_env(&env);
+  TransactionCase c(name, full_screen ? nlohmann::json{{"DisplayMode", "1"}} : nlohmann::json{});
+  std::vector<std::string> drawn;
+  HeadlessOptions options;
+  options.picture = [&](Form& form, const Control* part, const std::string& file) {
+    std::string out = std::string(CCADDIN_PICTURE_DIR) + "/" + file;
+    if (full_screen) out.insert(out.size() - 4, "_fullscreen");
+    std::string error;
+    EXPECT_TRUE(RenderFormPicture(form, part, out, error)) << error;
+    drawn.push_back(out);
+  };
+  HeadlessLoop loop(ScriptRunner(c.TakeScript(), [&](const std::string& l) { c.Journal(l); }),
+                    options);
+  ScopedFormLoop scoped_loop(&loop);
+  frmTransaction window;
+  std::string error;
+  ASSERT_TRUE(loop.ShowModal(window, error)) << error;
+  EXPECT_FALSE(loop.Runner().Failed()) << loop.Runner().Failure();
+  c.Check(window);
+  ASSERT_FALSE(drawn.empty());
+  for (const std::string& file : drawn) ExpectDrawn(file, window);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, TransactionPictures,
+                         ::testing::Combine(::testing::ValuesIn(CasesWithPictures()),
+                                            ::testing::Bool()),
+                         [](const auto& info) {
+                           return std::get<0>(info.param) +
+                                  (std::get<1>(info.param) ? "_fullscreen" : "");
+                         });
+
+TEST_F(TransactionPictures, StaysAliveWhileTheTerminalWorks) {
+  TransactionCase c("slow_terminal_sale", {}, "ui/transaction_qt");
+  QtLoopOptions options;
+  options.script = c.TakeScript();
+  options.journal = [&](const std::string& line) { c.Journal(line); };
+  options.stall_ms = 20'000;
+  options.picture_folder = CCADDIN_PICTURE_DIR;
+  QtFormLoop loop(std::move(options));
+  ScopedFormLoop scoped_loop(&loop);
+  frmTransaction window;
+  std::string error;
+  ASSERT_TRUE(loop.ShowModal(window, error)) << error;
+  EXPECT_FALSE(loop.Runner()->Failed()) << loop.Runner()->Failure();
+  EXPECT_TRUE(loop.Runner()->Finished());
+  c.Check(window);
+}
+
+}  // namespace
+}  // namespace ccaddin

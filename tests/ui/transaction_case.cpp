@@ -1,0 +1,124 @@
+#include "transaction_case.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "qlclient/sim/sim_store.h"
+#include "qlclient/sim/simulator.h"
+#include "support/case_files.h"
+#include "support/leak_scan.h"
+#include "ui/form_catalogue.h"
+
+namespace ccaddin::testing {
+
+namespace {
+
+using nlohmann::json;
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+}  // namespace
+
+TransactionCase::TransactionCase(const std::string& name, const json& more_settings,
+                                 const std::string& folder)
+    : path_(TestDataPath(folder + "/" + name + ".json")),
+      content_(ReadFile(path_)),
+      doc_(json::parse(content_)) {
+  sim::ResetSimulator();
+  // The receipt printer is a file outside the site: the merchant's paper may show the card
+  // number, the site's files may not.
+  paper_.Write("printer", "");
+  const std::string printers =
+      paper_.Write("printers.json", json{{"Paper", {{"device", paper_.file("printer")}}}}.dump());
+  setenv("CCADDIN_PRINTERS", printers.c_str(), 1);
+
+  registry_.emplace();
+  registry_->Set("ConfigFileLocation", site_.folder());
+  registry_->Set("ConfigFileName", "qlclient.json");
+  registry_->Set("ReceiptFileLocation", site_.folder() + "receipts/");
+  registry_->Set("BaseCurrency", "826");
+  registry_->Set("BaseCurrencyExponent", "2");
+  registry_->Set("PrinterType", "1");
+  registry_->Set("OPOSPrinterDeviceName", "Paper");
+  // Every copy printed is kept for the till, so the case can say which were printed when.
+  registry_->Set("MerchantReceiptsAvailableToClients", "1");
+  json settings = doc_.value("settings", json::object());
+  if (more_settings.is_object()) settings.update(more_settings);
+  for (const auto& [setting, value] : settings.items())
+    registry_->Set(setting, value.get<std::string>());
+  site_.Write("qlclient.json", doc_.value("simulator", json::object()).dump());
+
+  CreditCardCommon& shared = Shared();
+  (void)shared.LoadConfiguration();
+  const json sale = doc_.value("sale", json::object());
+  shared.lTransactionType = sale.value("type", 0);
+  shared.strReferenceText = sale.value("reference", "");
+  const std::string mode = sale.value("mode", "sale");
+  shared.bReceiptMode = mode == "receipt";
+  shared.bVoidMode = mode == "void";
+  shared.bReportMode = mode == "report";
+  shared.lReportType = sale.value("reportType", 0);
+  shared.oTender = std::make_unique<TTender>();
+  (void)shared.oTender->InitialiseTender(0, sale.value("amount", 1250), sale.value("gratuity", 0),
+                                         sale.value("cash", 0));
+  shared.oTillInfo.strMerchantName = "HARBOUR ROAD STORES";
+  shared.oTillInfo.strAddressLine1 = "12 Harbour Road";
+  shared.oTillInfo.strStoreNumber = "12";
+  shared.oTillInfo.strTillNumber = "3";
+  shared.oTillInfo.strReceiptNumber = "981";
+
+  journal_.StartLog(shared.strConfigFileLocation, false);
+  call_.emplace(&journal_);
+}
+
+TransactionCase::~TransactionCase() {
+  call_.reset();
+  journal_.EndLog(true);
+  unsetenv("CCADDIN_PRINTERS");
+}
+
+OperatorScript TransactionCase::TakeScript() {
+  std::string error;
+  const FormCatalogue forms;
+  auto script = OperatorScript::Parse(content_, path_, forms.Forms(), error);
+  if (!script) throw std::runtime_error(error);
+  return std::move(*script);
+}
+
+void TransactionCase::Check(const frmTransaction& window) {
+  const json& outcome = doc_.at("outcome");
+  const CreditCardCommon& shared = Shared();
+  EXPECT_EQ(window.strErrorMessage(), outcome.value("error", ""));
+  EXPECT_EQ(json(window.StateTrail()), outcome.at("states"));
+  EXPECT_EQ(window.CurrentStage(), Form::Stage::Unloaded);
+  EXPECT_EQ(shared.bTransactionComplete, outcome.value("complete", false));
+  EXPECT_EQ(shared.bSplitTenderActive, outcome.value("split", false));
+  EXPECT_EQ(shared.oTender->GetState(0), outcome.value("ledger", TTender::kStatePending));
+  std::vector<int32_t> receipts;
+  for (const ClientReceipt& receipt : shared.oClientReceipts) receipts.push_back(receipt.lType);
+  EXPECT_EQ(json(receipts), outcome.value("receipts", json::array()));
+
+  // What the server recorded of the last transaction, if any.
+  std::string server = "none";
+  const std::filesystem::path store = site_.path() / "qlsim-server.sqlite";
+  if (std::filesystem::exists(store)) {
+    sim::SimStore records(store.string());
+    if (auto last = records.Find(-1)) server = sim::StoreStateName(last->state);
+  }
+  EXPECT_EQ(server, outcome.value("server", "none"));
+  // Only a confirmation the server refused (which the window does not hear of in
+  // operating mode 0) may leave a completed sale unconfirmed.
+  const std::string faults = doc_.value("simulator", json::object()).value("faults", json()).dump();
+  if (shared.bTransactionComplete && faults.find("Confirm.Confirm") == std::string::npos) {
+    EXPECT_EQ(server, "confirmed") << "complete but not confirmed at the server";
+  }
+  EXPECT_EQ(sim::CurrentTerminalStatus(), "CLOSED") << "the server session outlived the window";
+  EXPECT_EQ(CardNumbersInFiles(site_.path().string()), std::vector<std::string>{});
+}
+
+}  // namespace ccaddin::testing
