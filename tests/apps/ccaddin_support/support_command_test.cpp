@@ -1,15 +1,14 @@
 #include "support_command.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
-#include <sstream>
 
 #include "platform/virtual_env.h"
+#include "support/case_files.h"
 #include "support/golden_text.h"
+#include "support/processes.h"
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
 
@@ -30,31 +29,14 @@ constexpr const char* kTillJson = R"({
   "strTillNumber": "3"
 })";
 
-// A file under tests/data.
-std::string DataPath(const std::string& relative) {
-  return std::string(CCADDIN_TEST_DATA_DIR) + "/" + relative;
-}
-
-struct Result {
-  int code;
-  std::string out;
-  std::string err;
-};
+using Result = testing::CommandResult;
 
 Result Support(const std::vector<std::string>& args) {
-  std::ostringstream out;
-  std::ostringstream err;
-  const int code = RunSupportCommand(args, out, err);
-  return {code, out.str(), err.str()};
+  return testing::RunInProcess(RunSupportCommand, args);
 }
 
-// Failures say one line on stderr and nothing on stdout.
 void ExpectFailure(const Result& r, int code, const std::string& part) {
-  EXPECT_EQ(r.code, code) << r.err;
-  EXPECT_EQ(r.out, "");
-  EXPECT_EQ(SplitLines(r.err).size(), 1u) << r.err;
-  EXPECT_TRUE(r.err.starts_with("ccaddin-support: ")) << r.err;
-  EXPECT_NE(r.err.find(part), std::string::npos) << r.err;
+  EXPECT_TRUE(testing::FailedWith(r, code, "ccaddin-support", part));
 }
 
 std::vector<std::string> Listing(const std::filesystem::path& folder) {
@@ -177,7 +159,7 @@ class SupportReceiptTest : public ::testing::Test {
   Result Preview(const std::string& name, std::vector<std::string> options) {
     std::vector<std::string> args = {"receipt", "--date", "20260115", "--time", "1030", "--raw"};
     args.insert(args.end(), options.begin(), options.end());
-    args.push_back(DataPath("support/" + name));
+    args.push_back(testing::TestDataPath("support/" + name));
     return Support(args);
   }
 
@@ -220,7 +202,8 @@ TEST_F(SupportReceiptTest, BothCopiesMerchantFirstAndDuplicatesMarked) {
 
 TEST_F(SupportReceiptTest, DateTimeSettingsAndTextForm) {
   // Without --date and --time the receipt is dated now; UTF-8 unless --raw.
-  Result r = Support({"receipt", "--copy", "customer", DataPath("support/chip_pin_sale.json")});
+  Result r = Support(
+      {"receipt", "--copy", "customer", testing::TestDataPath("support/chip_pin_sale.json")});
   ASSERT_EQ(r.code, kSupportExitOk) << r.err;
   EXPECT_NE(r.out.find("15/01/26 10:30"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("AMOUNT                            \xc2\xa3"
@@ -286,14 +269,10 @@ TEST(SupportCommand, BuiltCommandRunsAsDocumented) {
   const TempDir dir;
   const std::string data = dir.Write("TMP_20260115_173042.txt", std::string(kHeading));
   const auto run = [](const std::string& args, std::string* out) {
-    const std::string command = std::string(CCADDIN_SUPPORT_BINARY) + " " + args + " 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) return -1;
-    char buffer[4096];
-    out->clear();
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out->append(buffer, n);
-    const int status = pclose(pipe);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    const Result r =
+        testing::RunShell(std::string(CCADDIN_SUPPORT_BINARY) + " " + args + " 2>/dev/null");
+    *out = r.out;
+    return r.code;
   };
   std::string out;
   EXPECT_EQ(run("report --x --exponent 2 '" + data + "'", &out), kSupportExitOk);

@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "support/golden_text.h"
+#include "support/processes.h"
 #include "support/temp_dir.h"
 
 // fontconfig keeps a cache allocation for the life of the process that it never frees;
@@ -20,20 +20,13 @@ namespace ccaddin {
 namespace {
 
 std::string RunCommand(const std::string& command) {
-  std::string out;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return out;
-  char buffer[4096];
-  size_t n;
-  while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
-  pclose(pipe);
-  return out;
+  return testing::RunShell(command).out;
 }
 
+// The lines that show anything (pdftotext ends each page with a form feed).
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) {
+  for (const std::string& line : testing::SplitLines(text)) {
     if (line.find_first_not_of(" \f") != std::string::npos) lines.push_back(line);
   }
   return lines;

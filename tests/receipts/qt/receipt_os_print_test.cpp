@@ -2,7 +2,6 @@
 // written to PDF and read back with pdftotext.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <sstream>
 #include <string>
@@ -13,6 +12,7 @@
 #include "receipts/qt/qt_os_printer.h"
 #include "receipts/receipt.h"
 #include "support/golden_text.h"
+#include "support/processes.h"
 #include "support/temp_dir.h"
 
 // fontconfig keeps a cache allocation for the life of the process that it never frees;
@@ -25,13 +25,7 @@ namespace ccaddin {
 namespace {
 
 std::string PdfCommand(const std::string& command) {
-  std::string out;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return out;
-  char buffer[4096];
-  for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-  pclose(pipe);
-  return out;
+  return testing::RunShell(command).out;
 }
 
 // The words of each line that shows any, blanks collapsed: pdftotext rebuilds the columns
@@ -39,8 +33,7 @@ std::string PdfCommand(const std::string& command) {
 // the comparison can rely on.
 std::vector<std::string> Words(const std::string& text) {
   std::vector<std::string> lines;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) {
+  for (const std::string& line : testing::SplitLines(text)) {
     std::istringstream words(line);
     std::string joined;
     for (std::string word; words >> word;) joined += (joined.empty() ? "" : " ") + word;
