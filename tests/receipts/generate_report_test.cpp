@@ -11,9 +11,11 @@
 #include "platform/virtual_env.h"
 #include "receipts/pos_printer.h"
 #include "recording_pos_printer.h"
+#include "support/case_files.h"
 #include "support/golden_text.h"
 #include "support/ql_sim_session.h"
 #include "support/temp_dir.h"
+#include "support_command.h"
 
 namespace ccaddin {
 namespace {
@@ -28,13 +30,7 @@ constexpr const char* kDataFile = "TMP_20260115_173042.txt";
 constexpr const char* kFuelFile = "TMP_FUEL_20260115_173042.txt";
 
 TTillInformation Till() {
-  TTillInformation till;
-  till.strMerchantName = "HILLTOP SERVICE STATION";
-  till.strAddressLine1 = "12 Market Street";
-  till.strAddressLine3 = "Kendal LA9 4QT";
-  till.strSitePhoneNumber = "01539 720000";
-  till.strTillNumber = "3";
-  return till;
+  return ReadTillInformation(testing::ReadCase("reports", "till").dump());
 }
 
 class GenerateReportTest : public ::testing::Test {

@@ -21,14 +21,6 @@ using testing::TempDir;
 using testing::TestRegistry;
 
 constexpr const char* kHeading = "REFERENCE,DATE,KIND,AMOUNT,CASHBACK,CARD GROUP\r\n";
-constexpr const char* kTillJson = R"({
-  "strMerchantName": "HILLTOP SERVICE STATION",
-  "strAddressLine1": "12 Market Street",
-  "strAddressLine3": "Kendal LA9 4QT",
-  "strSitePhoneNumber": "01539 720000",
-  "strTillNumber": "3"
-})";
-
 using Result = testing::CommandResult;
 
 Result Support(const std::vector<std::string>& args) {
@@ -59,7 +51,7 @@ class SupportReportTest : public ::testing::Test {
                                                       "4,20260115,F,1500,0,Visa\r\n"
                                                       "5,20260115,A,105,0,Mastercard\r\n"
                                                       "6,20260115,F,7500,0,Amex\r\n");
-    till_ = dir_.Write("till.json", kTillJson);
+    till_ = dir_.Write("till.json", testing::ReadCase("reports", "till").dump());
   }
 
   VirtualEnv env_;
