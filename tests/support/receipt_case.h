@@ -1,4 +1,5 @@
-// Transactions for tests kept as case files under tests/data/receipts and read as the
+// Transactions for tests kept as case files under tests/data (receipts/ unless another
+// folder is named) and read as the
 // receipt preview command reads them, so that one transaction serves every test that
 // needs it. A case's "settings" (registry value names and their stored texts) load into
 // the shared settings first. Header-only: only the test folders that use it link the
@@ -15,8 +16,9 @@
 
 namespace ccaddin::testing {
 
-inline ReceiptRequest ReadReceiptCase(const std::string& name) {
-  nlohmann::json root = ReadCase("receipts", name);
+inline ReceiptRequest ReadReceiptCase(const std::string& name,
+                                      const std::string& folder = "receipts") {
+  nlohmann::json root = ReadCase(folder, name);
   CreditCardCommon& shared = Shared();
   const nlohmann::json settings = root.value("settings", nlohmann::json::object());
   for (const auto& [value_name, stored] : settings.items()) {
