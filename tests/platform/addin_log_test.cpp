@@ -89,31 +89,28 @@ TTransactionInfo AuthorisedChipSale() {
 // Every kind of line the journal takes, in one journal as the help desk reads it: a
 // start's inputs (one refused), the smaller operations, fuel balance outcomes (never the
 // whole card number), a whole outcome (the token never in clear, the receipt's line ends
-// shown) and each response, verification and entry code's text.
+// shown), a new record's defaults, and each response, verification and entry code's text.
 TEST_F(AddinLogTest, EveryKindOfLineAgainstTheGoldenJournal) {
   journal_.LogStartTransaction(true, 0, 150, 2000, true, 2, true, "001 UNLEADED 20.00L 2450");
   journal_.LogStartTransaction(false, 1, 0, 0, false, 0, false);
-  journal_.LogConfirm(CONFIRMTYPE_AUTHORISED, "R1", "A1");
-  journal_.LogConfirm(CONFIRMTYPE_DECLINED, "R2", "");
-  journal_.LogConfirm(CONFIRMTYPE_CANCELLED, "R3", "");
-  journal_.LogConfirm(7, "R4", "");
+  // Codes by the numbers a till passes, so that what each published number means is
+  // pinned here.
+  for (int type = 0; type <= 3; ++type) journal_.LogConfirm(type, "R" + std::to_string(type), "A");
   journal_.LogKeyPress("frmTransaction", "cmdKeyPad", 13, 4);
-  journal_.LogRunTask(TASK_UPLOADOFFLINETRANSACTIONS);
-  journal_.LogRunTask(TASK_DOTIMSCALL);
-  journal_.LogRunTask(TASK_CLOSEBATCH);
+  for (int task = 0; task <= 2; ++task) journal_.LogRunTask(task);
   journal_.LogVoidTransaction(123456);
   journal_.LogDuplicateReceipt(-1);
-  journal_.LogReport(REPORTHOOK_RT_XREPORT, true);
-  journal_.LogReport(REPORTHOOK_RT_ZREPORT, true);
-  journal_.LogReport(REPORTHOOK_RT_ZREPORT, false);
+  journal_.LogReport(1, true);
+  journal_.LogReport(0, true);
+  journal_.LogReport(0, false);
   journal_.LogFuelBalanceStart();
-  journal_.LogFuelBalanceEnd("7077001234567890123", "FUELCARD", FUELBALANCE_RC_AUTHORISED, 5000);
-  journal_.LogFuelBalanceEnd("123456789", "X", FUELBALANCE_RC_CARDNOTFOUND, 0);
-  journal_.LogFuelBalanceEnd("1234567890", "X", FUELBALANCE_RC_CARDEXPIRED, -3);
+  journal_.LogFuelBalanceEnd("7077001234567890123", "FUELCARD", 0, 5000);
+  journal_.LogFuelBalanceEnd("123456789", "X", 6, 0);
+  journal_.LogFuelBalanceEnd("1234567890", "X", 2, -3);
   for (int code : {1, 3, 4, 5}) journal_.LogFuelBalanceEnd("", "S", code, 1);
   journal_.LogEndTransaction(AuthorisedChipSale());
-  const int codes[][3] = {
-      {0, 0, 0}, {2, 2, 1}, {3, 3, 2}, {4, 4, TRANSINFO_DE_TAPPED}, {99, -1, 5}};
+  journal_.LogEndTransaction(TTransactionInfo{});  // a new record: every default
+  const int codes[][3] = {{2, 2, 1}, {3, 3, 2}, {4, 4, 4}, {99, -1, 5}};
   for (const auto& [response, verification, entry] : codes) {
     TTransactionInfo info;
     info.lResponseCode = static_cast<TRANSINFO_RESPONSECODE>(response);
