@@ -58,13 +58,8 @@ TEST_F(GenerateReportTest, HeadingOnlyGivesNoTransactionsReport) {
 }
 
 TEST_F(GenerateReportTest, GroupsInOrderOfFirstAppearanceWithCashbackOnlyWhereTaken) {
-  Data(kDataFile,
-       "1,20260115,A,4200,0,Visa\r\n"
-       "2,20260115,B,2500,2000,Mastercard\r\n"
-       "3,20260115,A,1999,0,Visa\r\n"
-       "4,20260115,F,1500,0,Visa\r\n"
-       "5,20260115,A,105,0,Mastercard\r\n"
-       "6,20260115,F,7500,0,Amex\r\n");
+  std::filesystem::copy_file(testing::TestDataPath("reports/z_report_groups_data.txt"),
+                             dir_.file(kDataFile));
   ASSERT_EQ(Write(), 0) << report_.strErrorMessage();
   EXPECT_TRUE(MatchesGolden(report_.strReport(), "reports/z_report_groups.txt"));
 }

@@ -44,13 +44,8 @@ class SupportReportTest : public ::testing::Test {
  protected:
   SupportReportTest() {
     reg_.Set("BaseCurrencyExponent", "2");
-    data_ = dir_.Write("TMP_20260115_173042.txt", std::string(kHeading) +
-                                                      "1,20260115,A,4200,0,Visa\r\n"
-                                                      "2,20260115,B,2500,2000,Mastercard\r\n"
-                                                      "3,20260115,A,1999,0,Visa\r\n"
-                                                      "4,20260115,F,1500,0,Visa\r\n"
-                                                      "5,20260115,A,105,0,Mastercard\r\n"
-                                                      "6,20260115,F,7500,0,Amex\r\n");
+    data_ = dir_.file("TMP_20260115_173042.txt");
+    std::filesystem::copy_file(testing::TestDataPath("reports/z_report_groups_data.txt"), data_);
     till_ = dir_.Write("till.json", testing::ReadCase("reports", "till").dump());
   }
 
