@@ -13,12 +13,18 @@
 #include "platform/env.h"
 #include "platform/text_encoding.h"
 #include "ui/form.h"
+#include "ui/headless/script_in_force.h"
 #include "ui/qt/qt_form_view.h"
 #include "ui/script_runner.h"
 
 namespace ccaddin {
 
 namespace {
+
+bool ProcessHasDisplay() {
+  return std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr ||
+         std::getenv("QT_QPA_PLATFORM") != nullptr;
+}
 
 // The till's QApplication, or one the add-in starts on this thread and keeps for the
 // process (a till that is not a Qt program). nullptr, with the reason, when windows
@@ -30,10 +36,7 @@ QApplication* Application(std::string& error) {
     static char platform_option[] = "-platform";
     static char offscreen[] = "offscreen";
     static char* argv[] = {program, platform_option, offscreen, nullptr};
-    const bool display = std::getenv("DISPLAY") != nullptr ||
-                         std::getenv("WAYLAND_DISPLAY") != nullptr ||
-                         std::getenv("QT_QPA_PLATFORM") != nullptr;
-    if (!display) argc = 3;
+    if (!ProcessHasDisplay()) argc = 3;
     new QApplication(argc, argv);  // never deleted: Qt lives as long as the process
   }
   auto* app = qobject_cast<QApplication*>(QCoreApplication::instance());
@@ -220,6 +223,13 @@ bool QtFormLoop::ShowModal(Form& form, std::string& error) {
     error = form.Name() + " has been shown before";
     return false;
   }
+  // Nobody can see, let alone operate, a window drawn offscreen (a till running as a
+  // service, with no display): it would wait for ever, so it takes its safe way out
+  // instead. A script's windows have their operator, and are drawn.
+  const bool offscreen = QCoreApplication::instance() == nullptr
+                             ? !ProcessHasDisplay()
+                             : QGuiApplication::platformName() == "offscreen";
+  if (!impl_->runner && offscreen) return UnattendedLoop().ShowModal(form, error);
   if (Application(error) == nullptr) return false;
   Impl& impl = *impl_;
   std::unique_ptr<EventPump> pump;
@@ -250,6 +260,12 @@ bool QtFormLoop::ShowModal(Form& form, std::string& error) {
 
 void InstallQtFormLoop() {
   InstallDisplayLoop([] { return std::make_unique<QtFormLoop>(); });
+  InstallScriptedDisplayLoop([](OperatorScript script, ScriptRunner::Journal journal) {
+    QtLoopOptions options;
+    options.script = std::move(script);
+    options.journal = std::move(journal);
+    return std::make_unique<QtFormLoop>(std::move(options));
+  });
 }
 
 bool RenderFormPicture(Form& form, const Control* part, const std::string& png_path,
