@@ -90,8 +90,13 @@ std::vector<std::string> CardNumbersInFiles(const std::string& folder,
     if (!entry.is_regular_file()) continue;
     const std::string name = entry.path().filename().string();
     if (std::find(except.begin(), except.end(), name) != except.end()) continue;
-    // Read through the database they belong to.
-    if (name.ends_with("-wal") || name.ends_with("-shm") || name.ends_with("-journal")) continue;
+    // A store's write-ahead log, its index and its rollback journal are read through the
+    // store itself; one whose store is gone is scanned as it is.
+    const std::string path = entry.path().string();
+    const size_t suffix = name.ends_with("-wal") || name.ends_with("-shm") ? 4
+                          : name.ends_with("-journal")                     ? 8
+                                                                           : 0;
+    if (suffix != 0 && std::filesystem::exists(path.substr(0, path.size() - suffix))) continue;
     std::ifstream in(entry.path(), std::ios::binary);
     const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     const std::vector<std::string> values = bytes.starts_with("SQLite format 3")
