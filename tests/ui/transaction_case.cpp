@@ -141,6 +141,15 @@ OperatorScript TransactionCase::TakeScript() {
   return std::move(*script);
 }
 
+void TransactionCase::Run(FormLoop& loop, const ScriptRunner& runner, frmTransaction& window) {
+  ScopedFormLoop scoped_loop(&loop);
+  std::string error;
+  ASSERT_TRUE(loop.ShowModal(window, error)) << error;
+  EXPECT_FALSE(runner.Failed()) << runner.Failure();
+  EXPECT_TRUE(runner.Finished());
+  Check(window);
+}
+
 void TransactionCase::Check(const frmTransaction& window) {
   const json& outcome = doc_.at("outcome");
   CreditCardCommon& shared = Shared();
@@ -154,12 +163,16 @@ void TransactionCase::Check(const frmTransaction& window) {
   for (const ClientReceipt& receipt : shared.oClientReceipts) receipts.push_back(receipt.lType);
   EXPECT_EQ(json(receipts), outcome.value("receipts", json::array()));
 
-  // What the server recorded of the last transaction, if any.
+  // What the server recorded of the last transaction, if any: where it stands, and what it
+  // filed.
   std::string server = "none";
   const std::filesystem::path store = site_.path() / "qlsim-server.sqlite";
   if (std::filesystem::exists(store)) {
     sim::SimStore records(store.string());
-    if (auto last = records.Find(-1)) server = sim::StoreStateName(last->state);
+    if (auto last = records.Find(-1)) {
+      server = sim::StoreStateName(last->state);
+      ExpectFields(SentFields(last->trans), outcome.value("stored", json::object()), "stored");
+    }
   }
   EXPECT_EQ(server, outcome.value("server", "none"));
   // Only a confirmation the server refused (which the window does not hear of in
