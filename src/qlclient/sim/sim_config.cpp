@@ -66,6 +66,9 @@ SimCard ParseCard(const std::string& path, const json& j, const SimConfig& confi
   Take(j, "dccCurrency", card.dcc_currency);
   Take(j, "dccCurrencyName", card.dcc_currency_name);
   Take(j, "dccRate", card.dcc_rate);
+  Take(j, "dccExponent", card.dcc_exponent);
+  Take(j, "dccForeignAmount", card.dcc_foreign_amount);
+  Take(j, "dccOfferText", card.dcc_offer_text);
   Take(j, "fuel", card.fuel);
   Take(j, "bunker", card.bunker);
   Take(j, "allowedProducts", card.allowed_products);
@@ -141,6 +144,13 @@ void Parse(const std::string& path, const json& j, SimConfig& c) {
       Take(f, "errorCode", fault.error_code);
       Take(f, "errorText", fault.error_text);
       Take(f, "raise", fault.raise);
+      Take(f, "lostReply", fault.lost_reply);
+      if (fault.lost_reply && fault.operation != "Processor.Process" &&
+          fault.operation != "Processor.AnswerPinBypass" && fault.operation != "Confirm.Confirm")
+        Bad(path,
+            "lostReply applies to Processor.Process, Processor.AnswerPinBypass and "
+            "Confirm.Confirm, not \"" +
+                fault.operation + "\"");
       if (fault.call < 1 || fault.count < 0)
         Bad(path, "fault \"" + fault.operation + "\" needs call >= 1 and count >= 0");
       c.faults.push_back(fault);
