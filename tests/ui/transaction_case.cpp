@@ -1,9 +1,12 @@
 #include "transaction_case.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
+#include <sstream>
 
 #include "qlclient/sim/sim_store.h"
 #include "qlclient/sim/simulator.h"
@@ -20,6 +23,51 @@ using nlohmann::json;
 std::string ReadFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void ExpectFields(const json& actual, const json& expected, const char* what) {
+  for (const auto& [name, value] : expected.items()) {
+    ASSERT_TRUE(actual.contains(name)) << what << " has no field " << name;
+    EXPECT_EQ(actual.at(name), value) << what << " " << name;
+  }
+}
+
+// The copies on the printer's paper in the order printed: "merchant confirmed",
+// "duplicate customer declined" ...: each copy's outcome line, then its trailer.
+json PrintedCopies(const std::string& paper) {
+  static const std::regex kOutcome("TRANSACTION ([A-Z]+)");
+  json copies = json::array();
+  std::string outcome;
+  bool duplicate = false;
+  std::istringstream lines(paper);
+  for (std::string line; std::getline(lines, line);) {
+    std::smatch m;
+    if (std::regex_search(line, m, kOutcome) && m[1] != "CURRENCY") outcome = m[1];
+    duplicate = duplicate || line.find("DUPLICATE RECEIPT") != std::string::npos;
+    for (const char* copy : {"MERCHANT", "CUSTOMER"}) {
+      if (line.find(std::string(copy) + " COPY") == std::string::npos) continue;
+      std::string entry = (duplicate ? "DUPLICATE " : "") + std::string(copy) + " " + outcome;
+      std::transform(entry.begin(), entry.end(), entry.begin(), ::tolower);
+      copies.push_back(entry);
+      duplicate = false;
+    }
+  }
+  return copies;
+}
+
+json InfoFields(const TTransactionInfo& info) {
+  return {{"lResponseCode", info.lResponseCode},
+          {"lTransactionRefNo", info.lTransactionRefNo},
+          {"strAuthorisationCode", info.strAuthorisationCode},
+          {"lCustomerVerification", info.lCustomerVerification},
+          {"strCurrencyCode", info.strCurrencyCode}};
+}
+
+json StoredFields(const QlTransaction& t) {
+  return {{"lAuthSource", t.lAuthSource},         {"strAuthCode", t.strAuthCode},
+          {"strResponseText", t.strResponseText}, {"lConversionState", t.lConversionState},
+          {"strCurrencyCode", t.strCurrencyCode}, {"strAmount", t.strAmount},
+          {"strBaseAmount", t.strBaseAmount},     {"lCvmCode", t.lCvmCode}};
 }
 
 }  // namespace
@@ -63,6 +111,8 @@ TransactionCase::TransactionCase(const std::string& name, const json& more_setti
   shared.bVoidMode = mode == "void";
   shared.bReportMode = mode == "report";
   shared.lReportType = sale.value("reportType", 0);
+  // A later part of a split tender: the split tender settles the parts together.
+  shared.bSplitTenderActive = sale.value("splitActive", false);
   shared.oTender = std::make_unique<TTender>();
   (void)shared.oTender->InitialiseTender(0, sale.value("amount", 1250), sale.value("gratuity", 0),
                                          sale.value("cash", 0));
@@ -111,14 +161,57 @@ void TransactionCase::Check(const frmTransaction& window) {
     if (auto last = records.Find(-1)) server = sim::StoreStateName(last->state);
   }
   EXPECT_EQ(server, outcome.value("server", "none"));
+  CheckSettlement(outcome);
   // Only a confirmation the server refused (which the window does not hear of in
   // operating mode 0) may leave a completed sale unconfirmed.
   const std::string faults = doc_.value("simulator", json::object()).value("faults", json()).dump();
-  if (shared.bTransactionComplete && faults.find("Confirm.Confirm") == std::string::npos) {
+  if (shared.bTransactionComplete && faults.find("Confirm.Confirm") == std::string::npos &&
+      !doc_.value("sale", json::object()).value("splitActive", false)) {
     EXPECT_EQ(server, "confirmed") << "complete but not confirmed at the server";
   }
   EXPECT_EQ(sim::CurrentTerminalStatus(), "CLOSED") << "the server session outlived the window";
   EXPECT_EQ(CardNumbersInFiles(site_.path().string()), std::vector<std::string>{});
+}
+
+}  // namespace ccaddin::testing
+
+namespace ccaddin::testing {
+
+// What the settlement left: the copies on paper and the receipt files, the till's record,
+// the server's record of the transaction and what the journal says.
+void TransactionCase::CheckSettlement(const json& outcome) {
+  const std::string paper = paper_.Read("printer");
+  if (outcome.contains("printed")) {
+    EXPECT_EQ(PrintedCopies(paper), outcome.at("printed"));
+  }
+  for (const json& text : outcome.value("paper", json::array())) {
+    EXPECT_NE(paper.find(text.get<std::string>()), std::string::npos) << "paper lacks " << text;
+  }
+  if (outcome.contains("files")) {
+    std::vector<std::string> kinds;
+    for (const auto& f : std::filesystem::directory_iterator(site_.path() / "receipts")) {
+      const std::string name = f.path().filename().string();
+      kinds.push_back(name.substr(0, name.find_first_of("0123456789")));
+    }
+    std::sort(kinds.begin(), kinds.end());
+    EXPECT_EQ(json(kinds), outcome.at("files"));
+  }
+  CreditCardCommon& shared = Shared();
+  if (outcome.contains("info")) {
+    TTransactionInfo info;
+    shared.FillTransactionInfo(info, 0);
+    ExpectFields(InfoFields(info), outcome.at("info"), "info");
+  }
+  if (outcome.contains("stored")) {
+    sim::SimStore records((site_.path() / "qlsim-server.sqlite").string());
+    const auto last = records.Find(-1);
+    ASSERT_TRUE(last) << "the server recorded nothing";
+    ExpectFields(StoredFields(last->trans), outcome.at("stored"), "stored");
+  }
+  const std::string journal = site_.Read(TAddinLog::kJournalFileName);
+  for (const json& text : outcome.value("journal", json::array())) {
+    EXPECT_NE(journal.find(text.get<std::string>()), std::string::npos) << "journal lacks " << text;
+  }
 }
 
 }  // namespace ccaddin::testing

@@ -44,6 +44,8 @@ class TransactionCase {
   void Check(const frmTransaction& window);
 
  private:
+  void CheckSettlement(const nlohmann::json& outcome);
+
   std::string path_;
   std::string content_;
   nlohmann::json doc_;

@@ -327,6 +327,7 @@ void frmTransaction::RunAuthorisation(int32_t& lNextState) {
     case QL_REQ_CONNECTION_LOST:
     case QL_REQ_UNEXPECTED:
       ServerFailed(result);
+      ReverseLostAuthorisation();
       break;
     case QL_REQ_FALLBACK:
       lNextState = kSwipeOnTill;
@@ -382,6 +383,7 @@ void frmTransaction::RunDirectAuthorisation(int32_t& lNextState) {
     case QL_REQ_CONNECTION_LOST:
     case QL_REQ_UNEXPECTED:
       ServerFailed(result);
+      ReverseLostAuthorisation();
       break;
     default:
       break;
