@@ -4,6 +4,9 @@
     bench/peers.py report [--build DIR] [--runs N] [--records N]
         X/Z report totals of a generated data file: `ccaddin-support report` against
         `mawk` adding up the same file.
+    bench/peers.py purge [--build DIR] [--runs N] [--files N]
+        The daily purge of a folder of old *.rcpt files (and a few others it keeps):
+        the add-in's purge against `find FOLDER -name '*.rcpt' -delete`.
 
 Each run alternates the add-in and its peer, so that a busy machine slows both alike.
 CPU is user plus system time of the process (from wait4), the fair figure on a shared
@@ -103,7 +106,7 @@ def group_counts_of_report(text):
 def bench_report(args):
     mawk = need("mawk", "mawk")
     support = tool(args.build, "apps/ccaddin_support/ccaddin-support")
-    with tempfile.TemporaryDirectory(prefix="ccaddin-peers-") as folder:
+    with tempfile.TemporaryDirectory(prefix="ccaddin-peers-", dir=args.tmp) as folder:
         data = os.path.join(folder, "TMP_20260115_173042.txt")
         write_data_file(data, args.records)
         script = os.path.join(folder, "totals.awk")
@@ -137,18 +140,65 @@ def bench_report(args):
     print(f"  mawk / add-in CPU: {peer_cpu / ours_cpu:.2f}x (goal: at least 3x; add-in at most 100 ms)")
 
 
+# --- receipt purge against find -------------------------------------------------------
+
+def fill_receipt_folder(folder, files):
+    """`files` receipts named as the add-in names them, and three files the purge keeps."""
+    os.makedirs(folder, exist_ok=True)
+    flags = os.O_WRONLY | os.O_CREAT | os.O_EXCL
+    for i in range(files):
+        os.close(os.open(os.path.join(folder, f"M_0000012_0000003_{i:010d}_20260115_103012.rcpt"),
+                         flags, 0o644))
+    for name in ("tamberincreditcard.log", "RPT_20260115_173042.txt", "notes.txt"):
+        os.close(os.open(os.path.join(folder, name), flags, 0o644))
+
+
+def bench_purge(args):
+    find = need("find", "findutils")
+    purge = tool(args.build, "bench/purge_receipts")
+    results = {"ours": ([], []), "peer": ([], [])}
+    with tempfile.TemporaryDirectory(prefix="ccaddin-peers-", dir=args.tmp) as root:
+        folder = os.path.join(root, "receipts")
+        # A file system records no birth time a test can set: the receipts are made just
+        # before each purge, and the purge is told that files of 0 days or more are old,
+        # so it reads every file's creation time and deletes it, as on the day it runs.
+        sides = (("ours", [purge, folder, "0"]),
+                 ("peer", [find, folder, "-name", "*.rcpt", "-delete"]))
+        for _ in range(args.runs):
+            for key, argv in sides:
+                fill_receipt_folder(folder, args.files)
+                subprocess.run(["sync", "-f", folder], check=True)
+                cpu, wall = run_timed(argv)
+                left = sorted(os.listdir(folder))
+                if left != ["RPT_20260115_173042.txt", "notes.txt", "tamberincreditcard.log"]:
+                    sys.exit(f"{key}: the folder holds {len(left)} files after the purge")
+                results[key][0].append(cpu)
+                results[key][1].append(wall)
+                shutil.rmtree(folder)
+    ours_cpu, peer_cpu = report_table(
+        f"Purge of {args.files:,} old receipts",
+        [("add-in purge (DeleteFilesInFolderByDay)", *results["ours"]),
+         ("find -name '*.rcpt' -delete", *results["peer"])], args.runs)
+    print(f"  add-in / find CPU: {ours_cpu / peer_cpu:.2f}x (goal: at most 1.2x)")
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
-    parser.add_argument("what", choices=["report"])
+    parser.add_argument("what", choices=["report", "purge"])
     parser.add_argument("--build", default=os.path.join(ROOT, "build", "release"),
                         help="build folder of the release preset (default: build/release)")
     parser.add_argument("--runs", type=int, default=7, help="runs of each side (default 7)")
     parser.add_argument("--records", type=int, default=1_000_000,
                         help="records in the report data file (default 1,000,000)")
+    parser.add_argument("--files", type=int, default=100_000,
+                        help="receipts in the purged folder (default 100,000)")
+    parser.add_argument("--tmp", default=None,
+                        help="folder for the generated files (default: the system's temporary "
+                             "folder); the purge is a measure of that file system")
     args = parser.parse_args()
     if args.runs < 5:
         parser.error("at least 5 runs: a median of fewer says little on a shared machine")
-    {"report": bench_report}[args.what](args)
+    {"report": bench_report, "purge": bench_purge}[args.what](args)
 
 
 if __name__ == "__main__":

@@ -5,9 +5,9 @@
 #include "payment/credit_card_common.h"
 #include "payment/records_dispatch.h"
 #include "platform/trap.h"
-#include "ui/form.h"
 #include "ui/form_call_scope.h"
 #include "ui/loop.h"
+#include "ui/transaction/frm_transaction.h"
 
 namespace ccaddin {
 
@@ -22,9 +22,6 @@ std::unique_ptr<TReceiptDataInterpreter> Parsed(const std::string& strText,
 }
 
 }  // namespace
-
-TTransactionHook::TTransactionHook(WindowFactory make_window)
-    : make_window_(std::move(make_window)) {}
 
 bool TTransactionHook::Process(int32_t lTransactionType, int32_t lTransactionAmount,
                                const TTillInformation& oTillInfo, TTransactionInfo& oTransInfo) {
@@ -88,14 +85,14 @@ void TTransactionHook::SetCustomerReceiptEndText(const std::string& strEndText,
 }
 
 void TTransactionHook::ShowTransactionWindow(TAddinLog& journal) {
-  std::unique_ptr<Form> window = make_window_();
+  frmTransaction window;
   std::string error;
-  if (!CurrentFormLoop().ShowModal(*window, error)) {
+  if (!CurrentFormLoop().ShowModal(window, error)) {
     error_message_ = "TTransactionHook.RunTenderTransaction() Failed - " + error;
     journal.LogError(error_message_);
-  } else if (!window->strErrorMessage().empty()) {
+  } else if (!window.strErrorMessage().empty()) {
     // The window stayed usable after the failure, but the journal must say what happened.
-    journal.LogError(window->strErrorMessage());
+    journal.LogError(window.strErrorMessage());
   }
 }
 
@@ -112,6 +109,7 @@ bool TTransactionHook::RunTenderTransaction(int32_t lTransactionType, int32_t lT
   FormCallScope call(&journal);
 
   bool result = false;
+  bool finished = false;
   TrapVoid(error_message_, "TTransactionHook.RunTenderTransaction() Failed - ", [&] {
     shared.lTransactionType = lTransactionType;
     shared.bCustomerReceiptDisabled = bCustomerReceiptDisabled;
@@ -149,6 +147,7 @@ bool TTransactionHook::RunTenderTransaction(int32_t lTransactionType, int32_t lT
     if (shared.bSplitTender && shared.bSplitTenderActive && !shared.bTransactionComplete) {
       // The operator asked to pay the tender with several cards. The split tender form takes
       // over here once it exists; whatever it leaves incomplete is reported as cancelled.
+      journal.LogError("Split tender is not available: the tender was not paid");
       if (!shared.bTransactionComplete && shared.oCurrentTransaction) {
         shared.oCurrentTransaction->bCancelled = true;
       }
@@ -156,7 +155,9 @@ bool TTransactionHook::RunTenderTransaction(int32_t lTransactionType, int32_t lT
     if (shared.oCurrentTransaction) shared.FillTransactionInfo(oTransInfo, -1);
     journal.LogEndTransaction(oTransInfo);
     result = oTransInfo.lResponseCode == TRANSINFO_RC_AUTHORISED && shared.bTransactionComplete;
+    finished = true;
   });
+  if (!finished) journal.LogError(error_message_);
 
   shared.HousekeepReceipts();
   journal.EndLog(false);

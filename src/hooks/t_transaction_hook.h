@@ -8,7 +8,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -18,15 +17,8 @@
 
 namespace ccaddin {
 
-class Form;
-
 class TTransactionHook {
  public:
-  // Makes the transaction window for one tender.
-  using WindowFactory = std::function<std::unique_ptr<Form>()>;
-
-  explicit TTransactionHook(WindowFactory make_window);
-
   // True exactly when the tender was paid: authorised, confirmed and not cancelled. Every
   // other end (declined, cancelled, no outcome, a failure) gives False with the outcome in
   // oTransInfo; nothing is raised to the till.
@@ -68,12 +60,12 @@ class TTransactionHook {
   // Shows the window and journals why, when it could not be shown or failed inside.
   void ShowTransactionWindow(TAddinLog& journal);
 
-  WindowFactory make_window_;
   std::string error_message_;
 };
 
 // The class as a till calls it by name. The till's records are read before a Process call
 // runs and the transaction record is written back after it.
-[[nodiscard]] DispatchPtr ExposeTransactionHook(std::shared_ptr<TTransactionHook> hook);
+[[nodiscard]] DispatchPtr ExposeTransactionHook(
+    std::shared_ptr<TTransactionHook> hook = std::make_shared<TTransactionHook>());
 
 }  // namespace ccaddin

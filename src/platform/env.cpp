@@ -5,6 +5,7 @@
 #include <time.h>
 
 #include <cerrno>
+#include <chrono>
 #include <clocale>
 #include <cstring>
 
@@ -48,16 +49,30 @@ DateTime LocalDateTimeFromUnix(int64_t seconds, int64_t nanoseconds) {
                       local.tm_min, local.tm_sec, static_cast<int>(nanoseconds / 1'000'000));
 }
 
-bool Env::FileCreationTime(const std::string& path, DateTime* created, std::string* error) {
+// Without the time-zone lock of gmtime_r: a purge converts one time per file.
+DateTime UtcDateTimeFromUnix(int64_t seconds, int64_t nanoseconds) {
+  using namespace std::chrono;
+  const sys_seconds time{std::chrono::seconds(seconds)};
+  const sys_days day = floor<days>(time);
+  const year_month_day date{day};
+  const hh_mm_ss clock{time - day};
+  return MakeDateTime(
+      static_cast<int>(date.year()), static_cast<int>(unsigned{date.month()}),
+      static_cast<int>(unsigned{date.day()}), static_cast<int>(clock.hours().count()),
+      static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()),
+      static_cast<int>(nanoseconds / 1'000'000));
+}
+
+bool Env::FileCreationTime(int folder_fd, const char* name, DateTime* created, std::string* error) {
   struct statx sx {};
-  if (statx(AT_FDCWD, path.c_str(), 0, STATX_BTIME | STATX_MTIME, &sx) != 0) {
+  if (statx(folder_fd, name, 0, STATX_BTIME | STATX_MTIME, &sx) != 0) {
     if (error) *error = std::strerror(errno);
     return false;
   }
   // Not every file system records a birth time (ext4 and tmpfs do; some network and
   // older file systems do not); the last modification time is the nearest stand-in.
   const statx_timestamp& ts = (sx.stx_mask & STATX_BTIME) ? sx.stx_btime : sx.stx_mtime;
-  *created = LocalDateTimeFromUnix(ts.tv_sec, ts.tv_nsec);
+  *created = UtcDateTimeFromUnix(ts.tv_sec, ts.tv_nsec);
   return true;
 }
 

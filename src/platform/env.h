@@ -25,10 +25,13 @@ class Env {
   // Blocks the calling thread for `ms` milliseconds (0 or less returns at once).
   virtual void Sleep(int32_t ms) = 0;
 
-  // The time a file was created, in local time: the birth time where the file system
-  // records one, otherwise the last modification time. False (with a description in
-  // `error`) when the file cannot be examined.
-  virtual bool FileCreationTime(const std::string& path, DateTime* created, std::string* error);
+  // When the file `name` of the open folder `folder_fd` was created, in UTC as the file
+  // system keeps it (not converted to local time): the birth time where the file
+  // system records one, otherwise the last modification time. False (with a
+  // description in `error`) when the file cannot be examined. The folder is passed
+  // open so that a scan of many thousand files looks no path up twice.
+  virtual bool FileCreationTime(int folder_fd, const char* name, DateTime* created,
+                                std::string* error);
 
   // The decimal separator of the user's locale for amounts ("." or ","), from the
   // process locale. Empty when it cannot be read.
@@ -60,7 +63,9 @@ class ScopedEnv {
   Env* previous_;
 };
 
-// Converts seconds and nanoseconds since the Unix epoch to local date and time.
+// Converts seconds and nanoseconds since the Unix epoch to local date and time, or to
+// the date and time in UTC.
 [[nodiscard]] DateTime LocalDateTimeFromUnix(int64_t seconds, int64_t nanoseconds);
+[[nodiscard]] DateTime UtcDateTimeFromUnix(int64_t seconds, int64_t nanoseconds);
 
 }  // namespace ccaddin

@@ -1,8 +1,8 @@
 #include "platform/file_system.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -90,6 +90,61 @@ bool LessIgnoringCase(const std::string& a, const std::string& b) {
   return a < b;
 }
 
+// One folder open for reading its entries in the order the file system lists them.
+// Names are read where readdir leaves them, valid until the next entry.
+class OpenFolder {
+ public:
+  explicit OpenFolder(const std::string& path) : dir_(opendir(path.c_str())) {
+    if (dir_ == nullptr) ThrowErrno();
+  }
+  ~OpenFolder() { closedir(dir_); }
+  OpenFolder(const OpenFolder&) = delete;
+  OpenFolder& operator=(const OpenFolder&) = delete;
+
+  [[nodiscard]] int fd() const { return dirfd(dir_); }
+
+  // The next entry other than "." and "..", or null after the last.
+  const dirent* Next() {
+    for (;;) {
+      errno = 0;
+      const dirent* entry = readdir(dir_);
+      if (entry == nullptr) {
+        if (errno != 0) ThrowErrno();
+        return nullptr;
+      }
+      const std::string_view name = entry->d_name;
+      if (name != "." && name != "..") return entry;
+    }
+  }
+
+  // A link to a folder counts as a folder; a dangling link is no folder. Most file
+  // systems give the type with the name, so only links and the odd file system that
+  // does not need a look at the entry itself.
+  [[nodiscard]] bool IsFolder(const dirent& entry) const {
+    if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) return entry.d_type == DT_DIR;
+    struct stat st {};
+    return fstatat(fd(), entry.d_name, &st, 0) == 0 && S_ISDIR(st.st_mode);
+  }
+
+ private:
+  DIR* dir_;
+};
+
+// Calls visit(folder_fd, name) for every file (not folder) of `path` whose name
+// matches `pattern` ("*.*" when empty), in the order the file system lists them, until
+// visit returns false. Nothing is collected, so a folder of any size takes the same
+// memory, and visit may delete the file it is given. Throws when the folder cannot be
+// read.
+template <typename Visit>
+void ForEachMatchingFile(const std::string& path, const std::string& pattern, Visit&& visit) {
+  OpenFolder folder(FolderWithSeparator(path));
+  const std::string_view wanted = pattern.empty() ? std::string_view("*.*") : pattern;
+  while (const dirent* entry = folder.Next()) {
+    if (!WildcardMatch(entry->d_name, wanted) || folder.IsFolder(*entry)) continue;
+    if (!visit(folder.fd(), entry->d_name)) return;
+  }
+}
+
 struct ScanEntry {
   std::string name;
   bool is_folder = false;
@@ -100,19 +155,18 @@ struct Scan {
   std::vector<ScanEntry> entries;
 };
 
-// The entries of `path` whose names match `pattern`, in case-insensitive name order.
-// The listing is taken whole before anything is done with it, so callers may delete
-// while they walk it. Throws when the folder cannot be listed.
+// The entries of `path` whose names match `pattern`, in case-insensitive name order,
+// for the operations that hand out or copy what they found. The listing is taken whole
+// before anything is done with it. Throws when the folder cannot be listed.
 Scan ScanFolder(const std::string& path, std::string pattern) {
   Scan scan;
   scan.folder = JoinableFolder(path);
   if (pattern.empty()) pattern = "*.*";
-  for (const fs::directory_entry& entry : fs::directory_iterator(scan.folder)) {
-    std::string name = entry.path().filename().string();
-    if (!WildcardMatch(name, pattern)) continue;
-    std::error_code ec;  // a dangling link is no folder
-    const bool is_folder = entry.is_directory(ec);
-    scan.entries.push_back({std::move(name), is_folder});
+  OpenFolder folder(scan.folder);
+  while (const dirent* entry = folder.Next()) {
+    if (WildcardMatch(entry->d_name, pattern)) {
+      scan.entries.push_back({entry->d_name, folder.IsFolder(*entry)});
+    }
   }
   std::sort(scan.entries.begin(), scan.entries.end(), [](const ScanEntry& a, const ScanEntry& b) {
     return LessIgnoringCase(a.name, b.name);
@@ -131,14 +185,6 @@ void RequireFolder(const std::string& path) {
 std::string WithoutTrailingSeparators(std::string path) {
   while (path.size() > 1 && path.back() == '/') path.pop_back();
   return path;
-}
-
-DateTime UtcDateTimeFromUnix(int64_t seconds, int64_t nanoseconds) {
-  const time_t t = static_cast<time_t>(seconds);
-  tm utc{};
-  gmtime_r(&t, &utc);
-  return MakeDateTime(utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min,
-                      utc.tm_sec, static_cast<int>(nanoseconds / 1'000'000));
 }
 
 // One folder copy, checked in full before anything is written.
@@ -555,22 +601,36 @@ int16_t FileSystem::NoOfFilesInFolder(const std::string& strPath, const std::str
                                       int32_t& lNoOfFiles) {
   lNoOfFiles = 0;
   return Trap(error_message_, "Error in FileSystem::NoOfFilesInFolder - ", kFailure, [&] {
-    const Scan scan = ScanFolder(strPath, strPattern);
-    lNoOfFiles = static_cast<int32_t>(std::count_if(
-        scan.entries.begin(), scan.entries.end(), [](const ScanEntry& e) { return !e.is_folder; }));
-    return lNoOfFiles > 0 ? kSuccess : kNoMatch;
+    int32_t count = 0;
+    ForEachMatchingFile(strPath, strPattern, [&](int, const char*) {
+      ++count;
+      return true;
+    });
+    lNoOfFiles = count;
+    return count > 0 ? kSuccess : kNoMatch;
   });
 }
 
+namespace {
+
+// Deletes `name` of the open folder as DeleteFile would, leaving DeleteFile's text when
+// it cannot.
+bool DeleteFileAt(int folder_fd, const char* name, std::string& error_message) {
+  if (unlinkat(folder_fd, name, 0) == 0) return true;
+  error_message = std::string("DeleteFile() Failed - ") + std::strerror(errno);
+  return false;
+}
+
+}  // namespace
+
 int16_t FileSystem::DeleteFilesInFolder(const std::string& strPath, const std::string& strPattern) {
   return Trap(error_message_, "Error in FileSystem::DeleteFilesInFolder - ", kFailure, [&] {
-    const Scan scan = ScanFolder(strPath, strPattern);
     int16_t result = kNoMatch;
-    for (const ScanEntry& entry : scan.entries) {
-      if (entry.is_folder) continue;
-      if (unlink((scan.folder + entry.name).c_str()) != 0) ThrowErrno();
+    ForEachMatchingFile(strPath, strPattern, [&](int folder_fd, const char* name) {
+      if (unlinkat(folder_fd, name, 0) != 0) ThrowErrno();
       result = kSuccess;
-    }
+      return true;
+    });
     return result;
   });
 }
@@ -578,22 +638,22 @@ int16_t FileSystem::DeleteFilesInFolder(const std::string& strPath, const std::s
 int16_t FileSystem::DeleteFilesInFolderByDay(const std::string& strPath,
                                              const std::string& strPattern, int16_t iDaysOld) {
   return Trap(error_message_, "Error in FileSystem::DeleteFilesInFolderByDay - ", kFailure, [&] {
-    const Scan scan = ScanFolder(strPath, strPattern);
     Env* env = CurrentEnv();
     const DateTime today = env->Now();
-    for (const ScanEntry& entry : scan.entries) {
-      if (entry.is_folder) continue;
-      const std::string file = scan.folder + entry.name;
+    int16_t result = kSuccess;
+    ForEachMatchingFile(strPath, strPattern, [&](int folder_fd, const char* name) {
       DateTime created;
       std::string why;
-      if (!env->FileCreationTime(file, &created, &why)) {
-        error_message_ = "FileTimeToSystemTime Failed for :" + entry.name;
-        return kFailure;
+      if (!env->FileCreationTime(folder_fd, name, &created, &why)) {
+        error_message_ = std::string("FileTimeToSystemTime Failed for :") + name;
+        result = kFailure;
+      } else if (created.DaysUntil(today) >= iDaysOld &&
+                 !DeleteFileAt(folder_fd, name, error_message_)) {
+        result = kFailure;
       }
-      // DeleteFile leaves its own text when it fails.
-      if (created.DaysUntil(today) >= iDaysOld && DeleteFile(file) != kSuccess) return kFailure;
-    }
-    return kSuccess;
+      return result == kSuccess;
+    });
+    return result;
   });
 }
 

@@ -30,8 +30,10 @@ namespace ccaddin {
 //   exactly because names on disk may be UTF-8 as well as Windows-1252. Exact names
 //   (FileExists without wildcards, OpenFile ...) stay case-sensitive, like the file
 //   system itself.
-// - Scans return names in case-insensitive name order (what NTFS gives), since the
-//   order of a Linux directory listing is arbitrary.
+// - GetFilesInFolder returns names in case-insensitive name order (what NTFS gives),
+//   since the order of a Linux directory listing is arbitrary. The scans that count or
+//   delete take files in the order the file system lists them and collect nothing, so
+//   a folder of a hundred thousand receipts costs no more memory than one of ten.
 // - Text files are byte streams (Windows-1252), never converted. A line ends at LF; a CR
 //   just before the LF is dropped, so files written on Windows read the same. WriteData
 //   ends a line with LF alone: the files written through this class are read back by
@@ -132,9 +134,12 @@ class FileSystem {
   // Stops at the first file that cannot be deleted, with result 1 and
   // "Error in FileSystem::DeleteFilesInFolder - " followed by the description.
   int16_t DeleteFilesInFolder(const std::string& strPath, const std::string& strPattern);
-  // Deletes the matching files created iDaysOld or more calendar days before today, both
-  // dates local (a file created on the 1st goes on the 8th with iDaysOld 7). Creation
-  // times come from the Env, so tests can set them. Returns 0 also when nothing matched.
+  // Deletes the matching files created iDaysOld or more calendar days before today (a
+  // file created on the 1st goes on the 8th with iDaysOld 7). The creation date is the
+  // file system's, in UTC, not converted to local time; today is the local date.
+  // Creation times come from the Env, so tests can set them. Stops at the first file
+  // whose time cannot be read ("FileTimeToSystemTime Failed for :" and its name) or
+  // that cannot be deleted (DeleteFile's text). Returns 0 also when nothing matched.
   int16_t DeleteFilesInFolderByDay(const std::string& strPath, const std::string& strPattern,
                                    int16_t iDaysOld);
 

@@ -1,6 +1,9 @@
 #include "platform/virtual_env.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <string>
+#include <system_error>
 #include <utility>
 
 namespace ccaddin {
@@ -36,15 +39,35 @@ void VirtualEnv::RunDue() {
   Advance(0);
 }
 
-bool VirtualEnv::FileCreationTime(const std::string& path, DateTime* created, std::string* error) {
-  auto it = creation_times_.find(path);
-  if (it == creation_times_.end()) return Env::FileCreationTime(path, created, error);
-  *created = it->second;
-  return true;
+namespace {
+
+// One spelling for each file, however the test or the scan named it.
+std::string CanonicalPath(const std::filesystem::path& path) {
+  std::error_code ec;
+  const std::filesystem::path canonical = std::filesystem::weakly_canonical(path, ec);
+  return ec ? path.string() : canonical.string();
+}
+
+}  // namespace
+
+bool VirtualEnv::FileCreationTime(int folder_fd, const char* name, DateTime* created,
+                                  std::string* error) {
+  if (!creation_times_.empty()) {
+    // The scan holds the folder open; its path is what the process's descriptor names.
+    std::error_code ec;
+    const std::filesystem::path folder =
+        std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(folder_fd), ec);
+    const auto it = ec ? creation_times_.end() : creation_times_.find(CanonicalPath(folder / name));
+    if (it != creation_times_.end()) {
+      *created = it->second;
+      return true;
+    }
+  }
+  return Env::FileCreationTime(folder_fd, name, created, error);
 }
 
 void VirtualEnv::SetFileCreationTime(const std::string& path, const DateTime& created) {
-  creation_times_[path] = created;
+  creation_times_[CanonicalPath(path)] = created;
 }
 
 bool VirtualEnv::StartDetached(const std::string& program, std::string* error) {

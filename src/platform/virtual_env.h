@@ -22,7 +22,8 @@ class VirtualEnv : public Env {
   void DoEvents() override;
   // Advances the clock by `ms`, running every action that falls due on the way.
   void Sleep(int32_t ms) override;
-  bool FileCreationTime(const std::string& path, DateTime* created, std::string* error) override;
+  bool FileCreationTime(int folder_fd, const char* name, DateTime* created,
+                        std::string* error) override;
   std::string DecimalSeparator() override { return decimal_separator_; }
   // Records the program instead of starting it; fails with `start_error` when set.
   bool StartDetached(const std::string& program, std::string* error) override;
@@ -32,8 +33,8 @@ class VirtualEnv : public Env {
   void SetDoEventsStep(int32_t ms) { do_events_step_ms_ = ms; }
   void SetDecimalSeparator(std::string separator) { decimal_separator_ = std::move(separator); }
 
-  // Pretends `path` was created at `created` (file systems do not let a test set a
-  // birth time). Unlisted files fall back to the real file system.
+  // Pretends `path` was created at `created`, a time in UTC (file systems do not let
+  // a test set a birth time). Unlisted files fall back to the real file system.
   void SetFileCreationTime(const std::string& path, const DateTime& created);
 
   // Runs `action` once, the first time the clock reaches now + `delay_ms` (or at the

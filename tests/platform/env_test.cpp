@@ -5,7 +5,6 @@
 
 #include "platform/env.h"
 #include "platform/virtual_env.h"
-#include "support/temp_dir.h"
 
 namespace ccaddin {
 namespace {
@@ -66,20 +65,6 @@ TEST(VirtualEnv, DoEventsRunsDueActionsAndStepsTheClock) {
   EXPECT_EQ(clicks, 2);
   EXPECT_EQ(env.Now().millisecond, 30);
   EXPECT_EQ(env.do_events_calls(), 4);
-}
-
-TEST(Env, RealCreationTimeIsRecentAndMissingFileIsReported) {
-  testing::TempDir dir;
-  const std::string file = dir.Write("new.txt", "x");
-  DateTime created;
-  std::string error;
-  ASSERT_TRUE(Env::Default()->FileCreationTime(file, &created, &error)) << error;
-  const DateTime now = Env::Default()->Now();
-  EXPECT_LE(created.ToSerialMs(), now.ToSerialMs() + 1000);
-  EXPECT_GE(created.ToSerialMs(), now.ToSerialMs() - 60'000);
-
-  EXPECT_FALSE(Env::Default()->FileCreationTime(dir.file("absent"), &created, &error));
-  EXPECT_EQ(error, "No such file or directory");
 }
 
 TEST(Env, DecimalSeparatorFollowsTheProcessLocale) {

@@ -5,11 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -23,6 +25,19 @@ namespace {
 namespace stdfs = std::filesystem;
 using Files = std::vector<std::string>;
 using Outcome = std::pair<int64_t, std::string>;  // a result with the text left behind
+
+// A POSIX time zone (no time-zone data needed) for the scope's lifetime.
+struct ScopedTimeZone {
+  explicit ScopedTimeZone(const char* zone) : saved(std::getenv("TZ") ? std::getenv("TZ") : "") {
+    setenv("TZ", zone, 1);
+    tzset();
+  }
+  ~ScopedTimeZone() {
+    saved.empty() ? unsetenv("TZ") : setenv("TZ", saved.c_str(), 1);
+    tzset();
+  }
+  std::string saved;
+};
 
 class FileSystemTest : public ::testing::Test {
  protected:
@@ -224,10 +239,7 @@ TEST_F(FileSystemTest, SizesOfFilesAndWholeFolderTrees) {
 }
 
 TEST_F(FileSystemTest, FileTimesInUtcOrLocalTime) {
-  const char* saved = std::getenv("TZ");
-  const std::string saved_tz = saved != nullptr ? saved : "";
-  setenv("TZ", "UTC-3", 1);  // three hours east of UTC all year, no tzdata needed
-  tzset();
+  ScopedTimeZone zone("UTC-3");  // three hours east of UTC all year
   const std::string path = dir.Write("t.txt", "x");
   const timespec times[2] = {{1'772'000'000, 0}, {1'771'000'000, 500'000'000}};  // atime, mtime
   ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
@@ -242,8 +254,6 @@ TEST_F(FileSystemTest, FileTimesInUtcOrLocalTime) {
   EXPECT_FALSE(fsys.GetFileTimes(dir.file("none"), created, accessed, modified, true));
   EXPECT_FALSE(fsys.GetFileTimes(dir.folder(), created, accessed, modified, true));
   EXPECT_EQ(fsys.strErrorMessage(), "");
-  saved != nullptr ? setenv("TZ", saved_tz.c_str(), 1) : unsetenv("TZ");
-  tzset();
 }
 
 TEST_F(FileSystemTest, CopyMoveAndDeleteGuardExistingTargets) {
@@ -432,25 +442,50 @@ TEST_F(FileSystemTest, PurgeByDayCountsCalendarDaysAndLeavesOthersAlone) {
   EXPECT_EQ(After(fsys.DeleteFilesInFolderByDay(dir.folder(), "*.rcpt", 0)), Outcome(0, ""));
 }
 
+TEST_F(FileSystemTest, PurgeByDayTakesTheCreationDateInUtcNotConverted) {
+  // A receipt made now is one day old tomorrow by the UTC calendar. A zone a whole day
+  // ahead of UTC, or behind it, puts its local date of creation a day later or earlier;
+  // counting from that date would keep it, or delete it a day early.
+  for (const auto& [zone, days_old, deleted] :
+       {std::tuple{"<+24>-24", 1, true}, std::tuple{"<-24>+24", 2, false}}) {
+    SCOPED_TRACE(zone);
+    ScopedTimeZone scoped_zone(zone);
+    const time_t tomorrow = std::time(nullptr) + 86'400;
+    tm utc{};
+    gmtime_r(&tomorrow, &utc);
+    env.SetNow(MakeDateTime(utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday));
+    dir.Write("now.rcpt", "x");
+    EXPECT_EQ(fsys.DeleteFilesInFolderByDay(dir.folder(), "*.rcpt", days_old), 0);
+    EXPECT_EQ(fsys.FileExists(dir.file("now.rcpt")), !deleted);
+  }
+}
+
 class UnreadableTimesEnv : public VirtualEnv {
  public:
   using VirtualEnv::VirtualEnv;
-  bool FileCreationTime(const std::string& path, DateTime* created, std::string* error) override {
-    if (!path.ends_with("/b.rcpt")) return VirtualEnv::FileCreationTime(path, created, error);
+  bool FileCreationTime(int folder_fd, const char* name, DateTime* created,
+                        std::string* error) override {
+    if (name != std::string_view("b.rcpt"))
+      return Env::FileCreationTime(folder_fd, name, created, error);
     *error = "Input/output error";
     return false;
   }
 };
 
-TEST_F(FileSystemTest, PurgeByDayStopsAtAFileWithoutACreationTime) {
-  UnreadableTimesEnv faulty(MakeDateTime(2026, 3, 8));
+TEST_F(FileSystemTest, PurgeByDayGoesInListingOrderAndStopsAtAFileWithoutACreationTime) {
+  UnreadableTimesEnv faulty(MakeDateTime(2100, 1, 1));  // every file made today is old then
   ScopedEnv use(&faulty);
-  for (const char* name : {"a.rcpt", "b.rcpt", "c.rcpt"}) {
-    faulty.SetFileCreationTime(dir.Write(name, "x"), MakeDateTime(2026, 1, 1));
+  for (const char* name : {"a.rcpt", "b.rcpt", "c.rcpt", "d.rcpt"}) dir.Write(name, "x");
+  // What the folder lists before b.rcpt goes; b.rcpt and what follows it stay.
+  Files kept = {""};
+  for (const auto& entry : stdfs::directory_iterator(dir.path())) {
+    if (entry.path().filename() == "b.rcpt" || kept.size() > 1)
+      kept.push_back(entry.path().filename());
   }
+  std::sort(kept.begin(), kept.end());
   EXPECT_EQ(After(fsys.DeleteFilesInFolderByDay(dir.folder(), "*.rcpt", 1)),
             Outcome(1, "FileTimeToSystemTime Failed for :b.rcpt"));
-  EXPECT_EQ(List(), (Files{"", "b.rcpt", "c.rcpt"}));
+  EXPECT_EQ(List(), kept);
 }
 
 }  // namespace

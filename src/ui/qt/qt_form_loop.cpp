@@ -61,8 +61,9 @@ class EventPump final : public Env {
     QTimer::singleShot(ms, Qt::PreciseTimer, &wait, &QEventLoop::quit);
     wait.exec();
   }
-  bool FileCreationTime(const std::string& path, DateTime* created, std::string* error) override {
-    return inner_->FileCreationTime(path, created, error);
+  bool FileCreationTime(int folder_fd, const char* name, DateTime* created,
+                        std::string* error) override {
+    return inner_->FileCreationTime(folder_fd, name, created, error);
   }
   std::string DecimalSeparator() override { return inner_->DecimalSeparator(); }
   bool StartDetached(const std::string& program, std::string* error) override {
