@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Process start to exit, offscreen Qt: question_box_process (the add-in starts Qt, shows
 frmQuestionBox, a scripted click answers it) against bare_qt_dialog (one dialog of 40
-buttons, the floor), run alternately in the same run. Prints the median wall time and the
-peak resident memory of each.
+buttons, the floor), run alternately in the same run. Prints the median wall time, the
+median CPU time (user and system: the fairer figure on a busy machine) and the peak
+resident memory of each.
 
     bench/forms_start.py build/release/bench [runs]
 """
@@ -21,7 +22,7 @@ def measure(program, env):
     wall = time.perf_counter() - start
     if os.waitstatus_to_exitcode(status) != 0:
         sys.exit(f"{program} failed ({status})")
-    return wall, usage.ru_maxrss / 1024.0  # KiB to MiB
+    return wall, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024.0  # KiB to MiB
 
 
 def main():
@@ -32,12 +33,13 @@ def main():
     for _ in range(runs):
         for name, results in programs.items():
             results.append(measure(os.path.join(folder, name), env))
-    floor = statistics.median(w for w, _ in programs["bare_qt_dialog"])
+    floor = [statistics.median(r[i] for r in programs["bare_qt_dialog"]) for i in (0, 1)]
     for name, results in programs.items():
-        wall = statistics.median(w for w, _ in results)
-        rss = max(r for _, r in results)
-        print(f"{name:22} median wall {wall * 1000:7.1f} ms  ({wall / floor:4.2f}x floor)  "
-              f"peak RSS {rss:5.1f} MiB")
+        wall = statistics.median(r[0] for r in results)
+        cpu = statistics.median(r[1] for r in results)
+        rss = max(r[2] for r in results)
+        print(f"{name:22} wall {wall * 1000:6.1f} ms ({wall / floor[0]:4.2f}x)  "
+              f"CPU {cpu * 1000:6.1f} ms ({cpu / floor[1]:4.2f}x)  peak RSS {rss:5.1f} MiB")
 
 
 if __name__ == "__main__":

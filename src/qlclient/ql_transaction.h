@@ -70,6 +70,9 @@ class QlTransaction {
   std::string strRegNo;
   std::string strProductRestriction;
   std::string strSupplierId;
+  // The sale's fuel products the card may buy, for the server: code FS amount FS litres
+  // or quantity FS "0" RS per product (TProductInfo::BuildQlPetrolProductInfo).
+  std::string strProductInfo;
 
   // --- outcome ---
   int32_t lStatus = QL_STATUS_NONE;  // QL_STATUS_*

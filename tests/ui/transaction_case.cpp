@@ -25,6 +25,39 @@ std::string ReadFile(const std::string& path) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+// The fields a case may check of the transaction the till sent for authorisation, and of
+// the session state and the till's record the window leaves.
+json SentFields(const QlTransaction& t) {
+  return {{"lTransactionTypeCode", t.lTransactionTypeCode},
+          {"strAmount", t.strAmount},
+          {"strCashbackAmount", t.strCashbackAmount},
+          {"lEntryMethodCode", t.lEntryMethodCode},
+          {"lCustomerPresence", t.lCustomerPresence},
+          {"strExpiryDate", t.strExpiryDate},
+          {"strStartDate", t.strStartDate},
+          {"strIssueNumber", t.strIssueNumber},
+          {"strCv2", t.strCv2},
+          {"lCv2Present", t.lCv2Present},
+          {"strAddressDigits", t.strAddressDigits},
+          {"strPostcode", t.strPostcode},
+          {"strReferenceText", t.strReferenceText},
+          {"strRegNo", t.strRegNo},
+          {"lMileage", t.lMileage},
+          {"strProductRestriction", t.strProductRestriction},
+          {"strSupplierId", t.strSupplierId},
+          {"strProductInfo", t.strProductInfo}};
+}
+
+json SessionFields(CreditCardCommon& shared) {
+  TTransactionInfo info;
+  if (shared.oCurrentTransaction) shared.FillTransactionInfo(info, 0);
+  return {
+      {"bMileagePrompted", shared.bMileagePrompted}, {"bRegPrompted", shared.bRegPrompted},
+      {"bSuppIdPrompted", shared.bSuppIdPrompted},   {"lFuelCardBalance", shared.lFuelCardBalance},
+      {"strFuelProducts", info.strFuelProducts},     {"lCashbackAmount", info.lCashbackAmount},
+      {"lCustomerMileage", info.lCustomerMileage},   {"strCustomerRegNo", info.strCustomerRegNo}};
+}
+
 void ExpectFields(const json& actual, const json& expected, const char* what) {
   for (const auto& [name, value] : expected.items()) {
     ASSERT_TRUE(actual.contains(name)) << what << " has no field " << name;
@@ -113,6 +146,12 @@ TransactionCase::TransactionCase(const std::string& name, const json& more_setti
   shared.lReportType = sale.value("reportType", 0);
   // A later part of a split tender: the split tender settles the parts together.
   shared.bSplitTenderActive = sale.value("splitActive", false);
+  shared.bFuelBalanceMode = mode == "fuelBalance";
+  if (sale.contains("products")) {
+    shared.oProductInfo = std::make_unique<TProductInfo>();
+    for (const json& p : sale.at("products"))
+      shared.oProductInfo->AddProductInfo(p.at(0), p.at(1), p.at(2), p.at(3));
+  }
   shared.oTender = std::make_unique<TTender>();
   (void)shared.oTender->InitialiseTender(0, sale.value("amount", 1250), sale.value("gratuity", 0),
                                          sale.value("cash", 0));
@@ -142,7 +181,7 @@ OperatorScript TransactionCase::TakeScript() {
 
 void TransactionCase::Check(const frmTransaction& window) {
   const json& outcome = doc_.at("outcome");
-  const CreditCardCommon& shared = Shared();
+  CreditCardCommon& shared = Shared();
   EXPECT_EQ(window.strErrorMessage(), outcome.value("error", ""));
   EXPECT_EQ(json(window.StateTrail()), outcome.at("states"));
   EXPECT_EQ(window.CurrentStage(), Form::Stage::Unloaded);
@@ -163,12 +202,19 @@ void TransactionCase::Check(const frmTransaction& window) {
   EXPECT_EQ(server, outcome.value("server", "none"));
   CheckSettlement(outcome);
   // Only a confirmation the server refused (which the window does not hear of in
-  // operating mode 0) may leave a completed sale unconfirmed.
+  // operating mode 0) may leave a completed sale unconfirmed; a balance enquiry has no sale,
+  // and a part of a split tender is confirmed with the others.
   const std::string faults = doc_.value("simulator", json::object()).value("faults", json()).dump();
   if (shared.bTransactionComplete && faults.find("Confirm.Confirm") == std::string::npos &&
-      !doc_.value("sale", json::object()).value("splitActive", false)) {
+      !doc_.value("sale", json::object()).value("splitActive", false) && !shared.bFuelBalanceMode) {
     EXPECT_EQ(server, "confirmed") << "complete but not confirmed at the server";
   }
+  if (outcome.contains("sent")) {
+    const auto sent = sim::LastTransactionSent();
+    ASSERT_TRUE(sent) << "nothing was sent for authorisation";
+    ExpectFields(SentFields(*sent), outcome.at("sent"), "sent");
+  }
+  ExpectFields(SessionFields(shared), outcome.value("session", json::object()), "session");
   EXPECT_EQ(sim::CurrentTerminalStatus(), "CLOSED") << "the server session outlived the window";
   EXPECT_EQ(CardNumbersInFiles(site_.path().string()), std::vector<std::string>{});
 }

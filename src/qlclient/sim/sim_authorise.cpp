@@ -206,6 +206,7 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
   int32_t Process(QlTransaction& oTrans) override {
     Terminal* t = Current();
     if (!Ready(t, *this)) return QL_ANSWER_FAILED;
+    t->last_sent = oTrans;
     int32_t result = 0;
     if (Fault(t, "Processor.Process", result, &lErrorCode, strErrorText)) return result;
     const QlTransaction sent = oTrans;

@@ -174,4 +174,9 @@ std::string CurrentTerminalStatus() {
   return t ? t->status : "";
 }
 
+std::optional<QlTransaction> LastTransactionSent() {
+  Terminal* t = Current();
+  return t ? t->last_sent : std::nullopt;
+}
+
 }  // namespace ccaddin::sim

@@ -58,6 +58,8 @@ struct Terminal {
   bool pin_bypass_pending = false;
   bool pin_bypass_answered = false;
   bool reenquiry_asked = false;
+  // The last transaction the till sent for authorisation, as it arrived (memory only).
+  std::optional<QlTransaction> last_sent;
   std::string status = "WELCOME";
 };
 

@@ -5,10 +5,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "qlclient/ql_factory.h"
+#include "qlclient/ql_transaction.h"
 
 namespace ccaddin::sim {
 
@@ -31,5 +33,10 @@ void ResetSimulator();
 
 // The status text the terminal shows now.
 [[nodiscard]] std::string CurrentTerminalStatus();
+
+// The last transaction the till sent for authorisation, as the terminal received it
+// before the server's answer was filled in (kept in memory only, for tests that check
+// what the till sends); none before the first.
+[[nodiscard]] std::optional<QlTransaction> LastTransactionSent();
 
 }  // namespace ccaddin::sim

@@ -20,11 +20,36 @@ void ToCallJournal(const std::string& line) {
   if (TAddinLog* journal = CurrentFormJournal()) journal->LogOperatorScript(line);
 }
 
+// The loop a script runs in, counting its open windows (a window can open another), so
+// that a changed script never replaces a loop while it still shows one.
+class CountingLoop final : public FormLoop {
+ public:
+  explicit CountingLoop(std::unique_ptr<FormLoop> inner) : inner_(std::move(inner)) {}
+  bool ShowModal(Form& form, std::string& error) override {
+    ++open_;
+    const bool shown = inner_->ShowModal(form, error);
+    --open_;
+    return shown;
+  }
+  ScreenTwips AvailableScreen() override { return inner_->AvailableScreen(); }
+  [[nodiscard]] bool Busy() const { return open_ > 0; }
+
+ private:
+  std::unique_ptr<FormLoop> inner_;
+  int open_ = 0;
+};
+
+ScriptedDisplayFactory& DisplayFactory() {
+  static auto* factory = new ScriptedDisplayFactory;  // process lifetime, as the loops'
+  return *factory;
+}
+
 struct LoadedScript {
   std::string path;
   struct stat seen {};
   std::string refusal;  // empty: in force
-  std::unique_ptr<HeadlessLoop> loop;
+  bool on_display = false;
+  std::unique_ptr<CountingLoop> loop;
 };
 
 bool SameFile(const struct stat& a, const struct stat& b) {
@@ -61,9 +86,18 @@ LoadedScript* Current() {
     script = OperatorScript::Load(path, forms.Forms(), refusal);
   }
   loaded->refusal = refusal;
-  loaded->loop =
-      std::make_unique<HeadlessLoop>(script ? ScriptRunner(std::move(*script), ToCallJournal)
-                                            : ScriptRunner("refused: " + refusal, ToCallJournal));
+  const char* display = std::getenv(kOperatorDisplayVariable);
+  loaded->on_display =
+      script && DisplayFactory() && display != nullptr && std::string(display) == "1";
+  std::unique_ptr<FormLoop> loop;
+  if (loaded->on_display) {
+    loop = DisplayFactory()(std::move(*script), ToCallJournal);
+  } else {
+    loop =
+        std::make_unique<HeadlessLoop>(script ? ScriptRunner(std::move(*script), ToCallJournal)
+                                              : ScriptRunner("refused: " + refusal, ToCallJournal));
+  }
+  loaded->loop = std::make_unique<CountingLoop>(std::move(loop));
   return loaded;
 }
 
@@ -86,7 +120,13 @@ std::string ScriptInForceNotice() {
   if (!loaded->refusal.empty()) {
     return "operator script refused (" + loaded->refusal + "): every window takes its safe way out";
   }
-  return "operator script in force: " + loaded->path + " (windows run without display)";
+  return "operator script in force: " + loaded->path +
+         (loaded->on_display ? " (windows drawn on the display)"
+                             : " (windows run without display)");
+}
+
+void InstallScriptedDisplayLoop(ScriptedDisplayFactory factory) {
+  DisplayFactory() = std::move(factory);
 }
 
 }  // namespace ccaddin

@@ -13,6 +13,7 @@
 #include "platform/env.h"
 #include "platform/text_encoding.h"
 #include "ui/form.h"
+#include "ui/headless/script_in_force.h"
 #include "ui/qt/qt_form_view.h"
 #include "ui/script_runner.h"
 
@@ -250,6 +251,12 @@ bool QtFormLoop::ShowModal(Form& form, std::string& error) {
 
 void InstallQtFormLoop() {
   InstallDisplayLoop([] { return std::make_unique<QtFormLoop>(); });
+  InstallScriptedDisplayLoop([](OperatorScript script, ScriptRunner::Journal journal) {
+    QtLoopOptions options;
+    options.script = std::move(script);
+    options.journal = std::move(journal);
+    return std::make_unique<QtFormLoop>(std::move(options));
+  });
 }
 
 bool RenderFormPicture(Form& form, const Control* part, const std::string& png_path,

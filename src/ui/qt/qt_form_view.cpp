@@ -306,8 +306,11 @@ void QtFormView::ApplyForm(FormProperty property) {
     }
     case FormProperty::TopMost: {
       const bool shown = isVisible();
+      const bool active = isActiveWindow();
       setWindowFlag(Qt::WindowStaysOnTopHint, form_.TopMost());
-      if (shown) show();  // changing the flags takes the window off the screen
+      // Changing the flags takes the window off the screen; it comes back as it was.
+      if (shown) show();
+      if (active) activateWindow();
       break;
     }
     case FormProperty::Focus: {

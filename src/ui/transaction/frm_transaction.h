@@ -13,13 +13,15 @@
 //   session_steps.cpp           connect and login, start, authorise, status, end
 //   card_capture.cpp            the card wait, card buttons, key entry, wedge swipe,
 //                               customer-present question
-//   details_checks.cpp          card enquiry, details and cashback frames, fuel checks
+//   details_checks.cpp          card enquiry (or the transaction without one), fuel checks
+//   details_frames.cpp          details and cashback frames: filters, rules, Continue
 //   settlement.cpp              result frame buttons, confirmation, automatic acceptance
 //   outcomes.cpp                referral, PIN bypass, currency offer, re-print
 //   window_receipts.cpp         PrintTransactionReceipt, through TransactionReceipts
 //   auxiliary_frames.cpp        duplicate, void and report frames, keypad hand-off
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -156,10 +158,27 @@ class frmTransaction final : public Form {
   // The text a reader state shows in txtStatus ("" leaves it as it is).
   [[nodiscard]] std::string ReaderStateText(int32_t lReaderState);
 
-  // ---- details and checks (details_checks.cpp) ----
+  // ---- details and checks (details_checks.cpp, details_frames.cpp) ----
   void BindDetailsChecks();
   void RunCardEnquiry(int32_t& lNextState);
   void CheckFuelProducts(int32_t lSaleAmount, const std::string& strCardData, int32_t& lResult);
+  // Enables the details frame's Continue exactly when every enabled field passes its rule.
+  void UpdateContinueTransInfo();
+  void cmdContinueTransInfo_Click();
+  void cmdContinueCashback_Click();
+  // The detail fields' key filters: digits only, letters and digits (registration), any
+  // key with Enter moving on (postcode, reference text), and the cashback amount.
+  void txtDigits_KeyPress(int16_t& KeyAscii);
+  void txtReg_KeyPress(int16_t& KeyAscii);
+  void txtFreeText_KeyPress(int16_t& KeyAscii);
+  void txtCashAmount_KeyPress(int16_t& KeyAscii);
+  // The card enquiry sent and its answer read; or, without a card enquiry, the payment
+  // transaction built from what the window took itself.
+  void SendCardEnquiry(int32_t& lNextState);
+  void EvaluateCardEnquiry(int32_t& lNextState);
+  void BuildTransactionWithoutEnquiry(int32_t& lNextState);
+  // The payment card's detail fields, each enabled when the card asks for it.
+  void EnableEntryPromptFields();
 
   // ---- settling the sale (settlement.cpp) ----
   void BindSettlement();
@@ -379,8 +398,12 @@ class frmTransaction final : public Form {
   std::string strSwipeBuffer;
   int32_t lFocusedDetailField = 0;
   bool bLastCopyMerchant = false;
-  // The card enquiry's prompts, kept for the details checks.
-  int32_t lCv2Prompt = 0;
+  // The card enquiry's answer, read once when it arrives: which details the card asks for
+  // (0 not asked, 1 required, other optional) and how a fuel prompt's value is sent.
+  std::array<int32_t, 7> lEntryPrompts{};
+  std::array<int32_t, 14> lFuelPrompts{};
+  std::array<int32_t, 14> lFuelPromptTypes{};
+  int32_t lCv2Length = 0;
 
   TProcessQlRequest oRequest;
   std::unique_ptr<QlSession> oSession;

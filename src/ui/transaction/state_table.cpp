@@ -82,6 +82,7 @@ void frmTransaction::ShowState() {
       for (Control* field : fields) {
         if (SetFocus(*field)) break;
       }
+      UpdateContinueTransInfo();
       break;
     }
     case kReferral:

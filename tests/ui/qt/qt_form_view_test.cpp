@@ -17,6 +17,7 @@
 #include "ui/form_catalogue.h"
 #include "ui/qt/qt_form_loop.h"
 #include "ui/script_runner.h"
+#include "ui/t_windws_form.h"
 
 extern "C" const char* __lsan_default_suppressions() {
   return "leak:libfontconfig.so\n";
@@ -125,6 +126,9 @@ TEST_F(QtFormViewTest, WidgetsFollowTheModelAndInputReachesTheHandlers) {
   EXPECT_TRUE(off->isEnabled());
   form.SetFocus(form.cmdOff);
   EXPECT_EQ(QApplication::focusWidget(), off);
+  EXPECT_EQ(TWindwsForm::SetTopMostWindow(form, true), 1);
+  EXPECT_TRUE(view.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+  EXPECT_TRUE(QTest::qWaitForWindowActive(&view));
 
   // Widgets to handlers: keys pass the box's filter, which replaces or swallows them.
   QTest::mouseClick(code, Qt::LeftButton);
