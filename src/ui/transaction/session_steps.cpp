@@ -21,9 +21,10 @@ constexpr int32_t kStatusPollMs = 350;
 constexpr const char* kConnectionClosed = "CONNECTION TO SERVER CLOSED";
 constexpr const char* kReaderNotAvailable = "CARD READER IS NOT AVAILABLE";
 
-// The customer's presence as the payment transaction carries it (1 present).
-constexpr int32_t kCustomerPresent = 1;
-constexpr int32_t kCustomerNotPresent = 2;
+// The customer's presence as the payment transaction carries it (1 present). Not named
+// kCustomerPresent: inside the window's members that name is the state of the question.
+constexpr int32_t kCardholderPresent = 1;
+constexpr int32_t kCardholderNotPresent = 2;
 
 }  // namespace
 
@@ -253,7 +254,7 @@ std::unique_ptr<QlTransaction> frmTransaction::NewTransaction() const {
   trans->lTransactionTypeCode = TransactionTypeCode();
   if (trans->lTransactionTypeCode == QL_TT_SALE_CASHBACK)
     trans->strCashbackAmount = std::to_string(ledger.GetCashAmount(index));
-  trans->lCustomerPresence = bCustomerPresent ? kCustomerPresent : kCustomerNotPresent;
+  trans->lCustomerPresence = bCustomerPresent ? kCardholderPresent : kCardholderNotPresent;
   trans->strReferenceText = shared.strReferenceText;
   return trans;
 }
