@@ -42,7 +42,7 @@ frmDcc::frmDcc()
       txtDcc(AddTextBox("txtDcc", {240, 4920, 240, 420}, "")),
       cmdAccept(AddButton("cmdAccept", {240, 5040, 3240, 900}, "")),
       cmdReject(AddButton("cmdReject", {kWidth - 240 - 3240, 5040, 3240, 900}, "")) {
-  capTitle.SetFont({14, true, Alignment::Centre});
+  capTitle.SetFont({12, true, Alignment::Centre});
   for (Control* label : {&lblExRate, &lblCustAmount, &lblMerchAmount})
     label->SetFont({10, true, Alignment::Left});
   for (Control* figure : {&txtExRate, &txtCustAmount, &txtMerchAmount}) {

@@ -132,7 +132,12 @@ TransactionCase::TransactionCase(const std::string& name, const json& more_setti
   if (more_settings.is_object()) settings.update(more_settings);
   for (const auto& [setting, value] : settings.items())
     registry_->Set(setting, value.get<std::string>());
-  site_.Write("qlclient.json", doc_.value("simulator", json::object()).dump());
+  // "@DATA@" in the simulator's configuration is the test data folder, for the files a
+  // server's answer names.
+  std::string simulator = doc_.value("simulator", json::object()).dump();
+  for (size_t at; (at = simulator.find("@DATA@")) != std::string::npos;)
+    simulator.replace(at, 6, TestDataPath("").substr(0, TestDataPath("").size() - 1));
+  site_.Write("qlclient.json", simulator);
 
   CreditCardCommon& shared = Shared();
   (void)shared.LoadConfiguration();
@@ -231,7 +236,9 @@ void TransactionCase::CheckSettlement(const json& outcome) {
     EXPECT_EQ(PrintedCopies(paper), outcome.at("printed"));
   }
   for (const json& text : outcome.value("paper", json::array())) {
-    EXPECT_NE(paper.find(text.get<std::string>()), std::string::npos) << "paper lacks " << text;
+    EXPECT_NE(paper.find(text.get<std::string>()), std::string::npos)
+        << "paper lacks " << text << " in:\n"
+        << paper;
   }
   if (outcome.contains("files")) {
     std::vector<std::string> kinds;

@@ -45,6 +45,7 @@ struct SimCard {
   // offer the till must not trust); empty: computed.
   std::string dcc_foreign_amount;
   std::string dcc_offer_text;
+  int32_t dcc_offer_repeat = 1;  // the offer text this many times over (a server that floods)
   // Prompts (0 not asked, 1 required, 2 optional).
   std::array<int32_t, 7> entry_prompts{};  // expiry, start, issue, CV2, postcode, address, ref
   std::array<int32_t, 14> fuel_prompts{};  // by fuel prompt index

@@ -174,7 +174,8 @@ class SimDccEnquiry final : public QlDccEnquiry {
                            : ForeignAmount(lAmount > 0 ? lAmount : TotalOf(*t), card.dcc_rate,
                                            lCurrencyExponent, card.dcc_exponent);
     if (!card.dcc_offer_text.empty()) {
-      strOfferText = card.dcc_offer_text;
+      strOfferText.clear();
+      for (int32_t i = 0; i < card.dcc_offer_repeat; ++i) strOfferText += card.dcc_offer_text;
       return 0;
     }
     strOfferText = "<html><body><p>Your card is issued in " + card.dcc_currency_name +

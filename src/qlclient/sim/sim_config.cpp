@@ -69,6 +69,9 @@ SimCard ParseCard(const std::string& path, const json& j, const SimConfig& confi
   Take(j, "dccExponent", card.dcc_exponent);
   Take(j, "dccForeignAmount", card.dcc_foreign_amount);
   Take(j, "dccOfferText", card.dcc_offer_text);
+  Take(j, "dccOfferRepeat", card.dcc_offer_repeat);
+  if (card.dcc_offer_repeat < 1 || card.dcc_offer_repeat > 100'000)
+    Bad(path, "card \"" + card.name + "\" needs dccOfferRepeat from 1 to 100000");
   Take(j, "fuel", card.fuel);
   Take(j, "bunker", card.bunker);
   Take(j, "allowedProducts", card.allowed_products);
