@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <sstream>
 
@@ -89,13 +88,6 @@ Options Parse(const std::vector<std::string>& args) {
     if (c == '-') c = '_';
   }
   return o;
-}
-
-void SetValue(const std::string& db, const std::string& name, const std::string& value) {
-  std::ostringstream out, err;
-  if (RunRegAdmin({"--db", db, "set", name, value}, out, err) != kExitOk) {
-    throw std::runtime_error(err.str());
-  }
 }
 
 // The registry this run uses: the named demo site, the installed store, or a fresh demo
@@ -236,56 +228,6 @@ int RunSale(const Options& o, std::ostream& out, std::ostream& err) {
 }
 
 }  // namespace
-
-std::optional<int32_t> ParseAmount(const std::string& text) {
-  const size_t dot = text.find('.');
-  const std::string whole = text.substr(0, dot);
-  const std::string fraction = dot == std::string::npos ? "" : text.substr(dot + 1);
-  if (whole.empty() || whole.size() > 8 || fraction.size() > 2) return std::nullopt;
-  if (dot != std::string::npos && fraction.empty()) return std::nullopt;
-  for (const char c : whole + fraction) {
-    if (c < '0' || c > '9') return std::nullopt;
-  }
-  int64_t minor = std::stoll(whole) * 100;
-  if (!fraction.empty()) minor += std::stoll(fraction) * (fraction.size() == 1 ? 10 : 1);
-  if (minor > INT32_MAX) return std::nullopt;
-  return static_cast<int32_t>(minor);
-}
-
-std::string PrepareDemoSite(const std::string& folder, std::ostream& out) {
-  const fs::path root = fs::absolute(folder).lexically_normal();
-  if (fs::exists(root) && !fs::is_directory(root)) {
-    throw std::runtime_error(root.string() + " exists and is not a folder");
-  }
-  fs::create_directories(root / "config");
-  fs::create_directories(root / "receipts");
-  const std::string db = (root / "registry.db").string();
-  if (!fs::exists(db)) {
-    std::ostringstream ignored, err;
-    if (RunRegAdmin({"--db", db, "init"}, ignored, err) != kExitOk) {
-      throw std::runtime_error(err.str());
-    }
-    SetValue(db, "ConfigFileLocation", (root / "config").string() + "/");
-    SetValue(db, "ConfigFileName", "qlclient.json");
-    SetValue(db, "ReceiptFileLocation", (root / "receipts").string() + "/");
-    SetValue(db, "BaseCurrency", "826");
-    SetValue(db, "BaseCurrencyName", "GBP");
-    SetValue(db, "BaseCurrencyExponent", "2");
-    SetValue(db, "CashbackEnabled", "1");
-    SetValue(db, "ExternalSwipe", "1");
-    SetValue(db, "SaveReceipts", "1");
-    SetValue(db, "DeleteReceiptDays", "30");
-  }
-  const fs::path config = root / "config" / "qlclient.json";
-  if (!fs::exists(config)) {
-    std::ofstream file(config);
-    file << "{\n  \"store\": \"qlsim-server.sqlite\",\n"
-            "  \"terminal\": {\"terminalId\": \"DEMO0001\"}\n}\n";
-    if (!file.flush()) throw std::runtime_error("cannot write " + config.string());
-  }
-  out << "Demo site: " << root.string() << "\n";
-  return db;
-}
 
 int RunTillCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
   if (!args.empty() && (args[0] == "--help" || args[0] == "-h" || args[0] == "help")) {

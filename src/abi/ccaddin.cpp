@@ -12,8 +12,12 @@
 #include <vector>
 
 #include "abi/class_registry.h"
+#include "ccaddin/simulator.h"
 #include "platform/dispatch.h"
 #include "platform/text_encoding.h"
+#include "qlclient/ql_codes.h"
+#include "qlclient/sim/sim_terminal.h"
+#include "qlclient/sim/simulator.h"
 
 struct ccaddin_object {
   explicit ccaddin_object(ccaddin::DispatchPtr t) : target(std::move(t)) {}
@@ -412,6 +416,36 @@ CCADDIN_API char* ccaddin_string_dup(const char* text) CCADDIN_NOEXCEPT {
   } catch (...) {
     return nullptr;
   }
+}
+
+CCADDIN_API ccaddin_status ccaddin_sim_present_card(const char* name) CCADDIN_NOEXCEPT {
+  return Guard([&] {
+    namespace sim = ccaddin::sim;
+    if (name == nullptr || *name == '\0') {
+      sim::SetReaderStates({ccaddin::QL_READER_WAITING});
+      return CCADDIN_OK;
+    }
+    std::string why;
+    if (!sim::PresentCard(ccaddin::TextIn(name, "the card name"), &why)) {
+      throw AbiError{CCADDIN_E_FAILED, why};
+    }
+    // A card handed over while the window waits is read from its own first state on,
+    // even when the configuration file fixed the reader's states.
+    const sim::SimCard& card = sim::PresentedCard(*sim::Current());
+    sim::SetReaderStates(card.reader_states.empty() ? sim::DefaultReaderStates(card)
+                                                    : card.reader_states);
+    return CCADDIN_OK;
+  });
+}
+
+CCADDIN_API const char* ccaddin_sim_terminal_status(void) CCADDIN_NOEXCEPT {
+  thread_local std::string status;
+  try {
+    status = ccaddin::Windows1252ToUtf8(ccaddin::sim::CurrentTerminalStatus());
+  } catch (...) {
+    status.clear();
+  }
+  return status.c_str();
 }
 
 }  // extern "C"

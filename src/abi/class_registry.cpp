@@ -2,6 +2,7 @@
 
 #include "hooks/t_non_gui_transaction_hook.h"
 #include "hooks/t_non_gui_transaction_hook2.h"
+#include "hooks/t_token_transaction_hook.h"
 #include "hooks/t_transaction_hook.h"
 #include "payment/records_dispatch.h"
 #include "ui/qt/qt_form_loop.h"
@@ -44,6 +45,7 @@ void RegisterBuiltinClasses(ClassRegistry& registry) {
   registry.Register("TNonGuiTransactionHook", [] { return ExposeNonGuiTransactionHook(); });
   registry.Register("TNonGuiTransactionHook2", [] { return ExposeNonGuiTransactionHook2(); });
   registry.Register("TTransactionHook", [] { return ExposeTransactionHook(); });
+  registry.Register("TTokenTransactionHook", [] { return ExposeTokenTransactionHook(); });
 }
 
 }  // namespace ccaddin

@@ -12,7 +12,6 @@
 #include <string>
 
 #include "ccaddin/records.h"
-#include "platform/addin_log.h"
 #include "platform/dispatch.h"
 
 namespace ccaddin {
@@ -57,8 +56,6 @@ class TTransactionHook {
                             int32_t lGratuityAmount, int32_t lCashAmount,
                             const TTillInformation& oTillInfo, TTransactionInfo& oTransInfo,
                             const std::string& strReferenceText, bool bCustomerReceiptDisabled);
-  // Shows the window and journals why, when it could not be shown or failed inside.
-  void ShowTransactionWindow(TAddinLog& journal);
 
   std::string error_message_;
 };

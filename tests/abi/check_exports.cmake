@@ -1,5 +1,6 @@
 # Fails unless the library's exported (dynamic, defined) symbols are exactly the functions
-# the C header declares: no C++ symbol of any layer may leak into a till's process.
+# the C headers declare (HEADERS, a list): no C++ symbol of any layer may leak into a
+# till's process.
 execute_process(COMMAND nm -D --defined-only ${LIB} OUTPUT_VARIABLE nm_out RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "nm failed on ${LIB}")
@@ -11,7 +12,11 @@ foreach(line ${lines})
   list(APPEND exported ${symbol})
 endforeach()
 
-file(READ ${HEADER} header)
+set(header "")
+foreach(file ${HEADERS})
+  file(READ ${file} text)
+  string(APPEND header "${text}")
+endforeach()
 string(REGEX MATCHALL "CCADDIN_API[^(\n]*[ *](ccaddin_[a-z_]+)\\(" decls "${header}")
 set(declared "")
 foreach(decl ${decls})
@@ -23,7 +28,7 @@ list(SORT exported)
 list(SORT declared)
 list(LENGTH declared count)
 if(count LESS 10)
-  message(FATAL_ERROR "found only ${count} declarations in ${HEADER}: ${declared}")
+  message(FATAL_ERROR "found only ${count} declarations in ${HEADERS}: ${declared}")
 endif()
 if(NOT exported STREQUAL declared)
   message(FATAL_ERROR "exported: ${exported}\ndeclared: ${declared}")

@@ -4,6 +4,8 @@ import json
 import os
 import re
 import sqlite3
+import subprocess
+import sys
 import unittest
 
 import ccaddin
@@ -12,6 +14,13 @@ from tillsite import TillSite
 
 LIB = ccaddin.Library(os.environ["CCADDIN_LIBRARY"])
 os.environ.setdefault("QT_QPA_PLATFORM", "offscreen")  # the widgets of a window drawn by Qt
+
+SERVICE_TILL = """
+import ccaddin, sys
+lib = ccaddin.Library(sys.argv[1])
+till, info = (ccaddin.ByRef(lib.create("TamberinCcAddin." + n)) for n in ("TTillInformation", "TTransactionInfo"))
+print(lib.create("TamberinCcAddin.TTransactionHook").call("Process", 0, 2000, till, info))
+"""
 
 
 class WindowTenderTest(unittest.TestCase):
@@ -35,12 +44,13 @@ class WindowTenderTest(unittest.TestCase):
         self.assertEqual(self.site.files_with_a_card_number(), [])
         self.site.close()
 
-    def tender(self, step, method, *args):
+    def tender(self, step, method, *args, hook=None):
         """The hook's call with the till's records where `...` stands."""
         with open(self.script, "w") as f:
             f.write(step + "\n")
         at = args.index(...)
-        return self.hook.call(method, *args[:at], ByRef(self.till), ByRef(self.info), *args[at + 1:])
+        return (hook or self.hook).call(method, *args[:at], ByRef(self.till), ByRef(self.info),
+                                        *args[at + 1:])
 
     def server(self):
         """What the simulated server recorded: reference, state, transaction code, amount."""
@@ -74,12 +84,44 @@ class WindowTenderTest(unittest.TestCase):
                                  [("MERCHANT", "")] + [("CUSTOMER", "THANK YOU")] * (kind != 3))
                 self.assertEqual("ORDER 77" in paper, "ORDER 77" in args)
 
-    def test_split_request_leaves_the_tender_unpaid_and_a_zero_tender_shows_no_window(self):
-        self.site.configure({"readerStates": [1]})
+    def test_split_request_zero_tender_and_till_without_display_or_script_leave_it_unpaid(self):
+        self.site.configure({"readerStates": [1]})  # no card ever comes
         self.assertFalse(self.tender("when cmdSplitTender is visible: click cmdSplitTender",
                                      "Process", 0, 2000, ...))
         self.assertFalse(self.tender("close the window", "Process2", 0, 0, 0, 0, ...))
+        # A till process run as a service: its window must not wait for ever for nobody.
+        env = {name: value for name, value in os.environ.items() if name not in
+               ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "CCADDIN_OPERATOR_SCRIPT")}
+        service = subprocess.run([sys.executable, "-c", SERVICE_TILL, os.environ["CCADDIN_LIBRARY"]],
+                                 env=dict(env, PYTHONPATH=os.path.dirname(ccaddin.__file__)),
+                                 capture_output=True, text=True, timeout=60)
+        self.assertEqual(service.stdout, "False\n", service.stderr)
         self.assertEqual((self.info.lResponseCode, self.server(), os.path.getsize(self.paper)),
                          (0, [], 0))
         self.assertRegex(self.site.journal(), "(?s)Split tender is not available.*"
-                         "Transaction value must be greater than 0")
+                         "Transaction value must be greater than 0.*no operator script")
+
+    def test_a_card_the_server_stored_pays_again_without_the_card(self):
+        accept = "when fraConfirm is visible: click cmdConfirmAuth"
+        self.site.configure({"card": "visa_token", "readerStates": [3]})
+        self.assertTrue(self.tender(accept, "Process", 0, 1250, ...))
+        token = self.info.strToken
+        self.assertTrue(token)
+        stored = LIB.create("TamberinCcAddin.TTokenTransactionHook")
+        try:
+            # continuous authority; a pre-authorisation asked of a stored card pays back
+            for kind, code, amount in [(0, 1, 1999), (2, 6, 500)]:
+                with self.subTest(kind=kind):
+                    self.assertTrue(self.tender(accept, "Process", kind, 2, amount, token, "1228",
+                                                "SUB 4411", ..., hook=stored))
+                    self.assertEqual(self.server()[-1], (self.info.lTransactionRefNo, 1, code, amount))
+                    self.assertEqual((self.info.lResponseCode, self.info.strPanLast4Digits), (1, "0000"))
+            self.assertFalse(self.tender(accept, "Process", 0, 2, 1999, token, "28/12", "", ...,
+                                         hook=stored))
+            self.assertEqual((self.info.lResponseCode, len(self.server())), (0, 3))
+            self.assertIn('"28/12" is not MMYY', stored.strErrorMessage)
+        finally:
+            stored.close()
+        for path in self.site.files():
+            with open(path, "rb") as f:
+                self.assertNotIn(token.encode(), f.read(), path)

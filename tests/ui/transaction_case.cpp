@@ -28,7 +28,8 @@ std::string ReadFile(const std::string& path) {
 // The fields a case may check of the transaction the till sent for authorisation, and of
 // the session state and the till's record the window leaves.
 json SentFields(const QlTransaction& t) {
-  return {{"lTransactionTypeCode", t.lTransactionTypeCode},
+  return {{"strPan", t.strPan},
+          {"lTransactionTypeCode", t.lTransactionTypeCode},
           {"strAmount", t.strAmount},
           {"strCashbackAmount", t.strCashbackAmount},
           {"lEntryMethodCode", t.lEntryMethodCode},
@@ -152,6 +153,10 @@ TransactionCase::TransactionCase(const std::string& name, const json& more_setti
   // A later part of a split tender: the split tender settles the parts together.
   shared.bSplitTenderActive = sale.value("splitActive", false);
   shared.bFuelBalanceMode = mode == "fuelBalance";
+  shared.bTokenMode = mode == "token";
+  shared.strToken = sale.value("token", "");
+  shared.strTokenExpiryDate = sale.value("expiry", "");
+  shared.lTransactionMode = sale.value("transactionMode", TAM_TM_CUSTOMERNOTPRESENT);
   if (sale.contains("products")) {
     shared.oProductInfo = std::make_unique<TProductInfo>();
     for (const json& p : sale.at("products"))
@@ -222,6 +227,13 @@ void TransactionCase::Check(const frmTransaction& window) {
   ExpectFields(SessionFields(shared), outcome.value("session", json::object()), "session");
   EXPECT_EQ(sim::CurrentTerminalStatus(), "CLOSED") << "the server session outlived the window";
   EXPECT_EQ(CardNumbersInFiles(site_.path().string()), std::vector<std::string>{});
+  if (shared.strToken.empty()) return;
+  for (const auto& file : std::filesystem::recursive_directory_iterator(site_.path())) {
+    // The simulator's configuration is the case's own file, which may name the token.
+    if (!file.is_regular_file() || file.path().filename() == "qlclient.json") continue;
+    EXPECT_EQ(ReadFile(file.path().string()).find(shared.strToken), std::string::npos)
+        << file.path() << " holds the card token";
+  }
 }
 
 }  // namespace ccaddin::testing

@@ -212,6 +212,11 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     const QlTransaction sent = oTrans;
     const bool read_by_terminal = !t->card && oTrans.strPan.empty() && oTrans.strTrack.empty();
     if (!t->card && !TakeTillCard(*t, oTrans)) {
+      if (oTrans.strPan.starts_with("TOK:")) {
+        lErrorCode = kInvalidCard;
+        strErrorText = "UNKNOWN TOKEN";
+        return 1;
+      }
       // The terminal has no card for this transaction: the till must enquire first.
       return QL_ANSWER_ENQUIRY_NEEDED;
     }
@@ -301,6 +306,14 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     std::string pan = trans.strPan;
     std::string expiry = trans.strExpiryDate;
     CardEntry entry = CardEntry::kKeyed;
+    if (const SimCard* stored = t.config->FindStoredCard(pan)) {
+      t.card = *stored;
+      t.card->entry = entry;
+      t.card_pan = stored->pan;
+      t.card_expiry = expiry;
+      t.entry_code = QL_ENTRY_KEYED;
+      return true;
+    }
     if (pan.empty() && !trans.strTrack.empty()) {
       const auto sep = trans.strTrack.find('=');
       const size_t begin = trans.strTrack[0] == ';' ? 1 : 0;

@@ -19,7 +19,15 @@ class SimCardEnquiry final : public QlCardEnquiry {
     const SimConfig& c = *t->config;
     SimCard card;
     std::string card_pan, expiry;
-    if (!pan.empty()) {
+    const SimCard* stored = c.FindStoredCard(pan);
+    if (stored != nullptr) {
+      card = *stored;
+      card.entry = CardEntry::kKeyed;
+      card_pan = stored->pan;
+      expiry = card.expiry;
+    } else if (pan.starts_with("TOK:")) {
+      return Fail(kInvalidCard, "UNKNOWN TOKEN");
+    } else if (!pan.empty()) {
       if (!LuhnValid(pan)) return Fail(kInvalidCard, "INVALID CARD NUMBER");
       const SimCard* known = c.FindCardByPan(pan);
       card = known ? *known : GenericCard(pan, CardEntry::kKeyed);
@@ -73,7 +81,8 @@ class SimCardEnquiry final : public QlCardEnquiry {
         lCardDataType = QL_ENTRY_KEYED;
         break;
     }
-    strPan = card.entry == CardEntry::kKeyed ? card_pan : "";
+    // The server never gives the card number behind a stored card back to the till.
+    strPan = stored != nullptr ? pan : card.entry == CardEntry::kKeyed ? card_pan : "";
     strExpiryDate = card.entry == CardEntry::kKeyed ? expiry : "";
     strTrack =
         card.entry == CardEntry::kSwipe ? ";" + card_pan + "=" + expiry + "1011234567890?" : "";

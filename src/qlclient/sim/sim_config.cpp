@@ -175,6 +175,14 @@ const SimCard* SimConfig::FindCardByPan(const std::string& pan) const {
   return nullptr;
 }
 
+const SimCard* SimConfig::FindStoredCard(const std::string& pan) const {
+  constexpr std::string_view kStored = "TOK:";
+  if (!pan.starts_with(kStored) || pan.size() == kStored.size()) return nullptr;
+  for (const auto& card : cards)
+    if (card.token == pan.substr(kStored.size())) return &card;
+  return nullptr;
+}
+
 const std::vector<std::string>& FaultOperations() {
   static const std::vector<std::string> ops = {
       "Session.Connect",       "Login.Login",         "Login.Logout",

@@ -56,6 +56,9 @@ struct SimConfig {
 
   [[nodiscard]] const SimCard* FindCard(const std::string& name) const;
   [[nodiscard]] const SimCard* FindCardByPan(const std::string& pan) const;
+  // The card behind a stored-card number ("TOK:" and the token an authorisation of the
+  // card returned); nullptr for any other number or a token never issued.
+  [[nodiscard]] const SimCard* FindStoredCard(const std::string& pan) const;
 };
 
 // The operations a fault may name, in the order the README lists them.

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -18,6 +19,26 @@ namespace {
 
 void ToCallJournal(const std::string& line) {
   if (TAddinLog* journal = CurrentFormJournal()) journal->LogOperatorScript(line);
+}
+
+ScriptPictureDrawer& Drawer() {
+  static ScriptPictureDrawer* drawer = new ScriptPictureDrawer;
+  return *drawer;
+}
+
+// Pictures land beside the script unless their names say otherwise, so a till's CI finds
+// them with the script that asked for them.
+HeadlessOptions PicturesBeside(const std::string& script) {
+  HeadlessOptions options;
+  const std::filesystem::path folder = std::filesystem::path(script).parent_path();
+  options.picture = [folder](Form& form, const Control* part, const std::string& file) {
+    const std::string png = (folder / file).string();
+    std::string error = "no display toolkit in this process";
+    if (!Drawer() || !Drawer()(form, part, png, error)) {
+      ToCallJournal("picture " + png + " not drawn: " + error);
+    }
+  };
+  return options;
 }
 
 // The loop a script runs in, counting its open windows (a window can open another), so
@@ -95,7 +116,8 @@ LoadedScript* Current() {
   } else {
     loop =
         std::make_unique<HeadlessLoop>(script ? ScriptRunner(std::move(*script), ToCallJournal)
-                                              : ScriptRunner("refused: " + refusal, ToCallJournal));
+                                              : ScriptRunner("refused: " + refusal, ToCallJournal),
+                                       PicturesBeside(path));
   }
   loaded->loop = std::make_unique<CountingLoop>(std::move(loop));
   return loaded;
@@ -106,6 +128,10 @@ LoadedScript* Current() {
 FormLoop* ScriptedLoop() {
   LoadedScript* loaded = Current();
   return loaded == nullptr ? nullptr : loaded->loop.get();
+}
+
+void InstallScriptPictures(ScriptPictureDrawer drawer) {
+  Drawer() = std::move(drawer);
 }
 
 FormLoop& UnattendedLoop() {

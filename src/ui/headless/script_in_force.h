@@ -4,6 +4,8 @@
 // variable names another file or the file changes; its steps carry on from window to
 // window and call to call. A file that others than its owner may write, or that cannot be
 // read or parsed, is refused: every window then takes its safe way out, and says why.
+// A picture step of a headless run names a PNG file, taken beside the script when the
+// name is relative.
 //
 // CCADDIN_OPERATOR_DISPLAY=1 beside it: the script's operator acts on the windows the
 // display toolkit draws (offscreen when the process has no display), with real mouse and
@@ -20,6 +22,8 @@
 
 namespace ccaddin {
 
+class Control;
+class Form;
 class FormLoop;
 
 inline constexpr const char* kOperatorScriptVariable = "CCADDIN_OPERATOR_SCRIPT";
@@ -37,6 +41,13 @@ void InstallScriptedDisplayLoop(ScriptedDisplayFactory factory);
 // A headless loop with no operator at all, for a process without a display toolkit:
 // every window takes its safe way out.
 [[nodiscard]] FormLoop& UnattendedLoop();
+
+// Draws a form (or one control of it) into a PNG file; false with the reason when it
+// cannot. libccaddin.so installs the Qt drawing; without one, picture steps are journalled
+// as not drawn and the run goes on.
+using ScriptPictureDrawer = std::function<bool(Form& form, const Control* part,
+                                               const std::string& png, std::string& error)>;
+void InstallScriptPictures(ScriptPictureDrawer drawer);
 
 // The journal line a hook call writes while the variable is set (the script in force,
 // or why it is refused); "" while it is unset.

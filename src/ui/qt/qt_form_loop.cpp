@@ -21,6 +21,11 @@ namespace ccaddin {
 
 namespace {
 
+bool ProcessHasDisplay() {
+  return std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr ||
+         std::getenv("QT_QPA_PLATFORM") != nullptr;
+}
+
 // The till's QApplication, or one the add-in starts on this thread and keeps for the
 // process (a till that is not a Qt program). nullptr, with the reason, when windows
 // cannot be shown from this thread.
@@ -31,10 +36,7 @@ QApplication* Application(std::string& error) {
     static char platform_option[] = "-platform";
     static char offscreen[] = "offscreen";
     static char* argv[] = {program, platform_option, offscreen, nullptr};
-    const bool display = std::getenv("DISPLAY") != nullptr ||
-                         std::getenv("WAYLAND_DISPLAY") != nullptr ||
-                         std::getenv("QT_QPA_PLATFORM") != nullptr;
-    if (!display) argc = 3;
+    if (!ProcessHasDisplay()) argc = 3;
     new QApplication(argc, argv);  // never deleted: Qt lives as long as the process
   }
   auto* app = qobject_cast<QApplication*>(QCoreApplication::instance());
@@ -221,6 +223,13 @@ bool QtFormLoop::ShowModal(Form& form, std::string& error) {
     error = form.Name() + " has been shown before";
     return false;
   }
+  // Nobody can see, let alone operate, a window drawn offscreen (a till running as a
+  // service, with no display): it would wait for ever, so it takes its safe way out
+  // instead. A script's windows have their operator, and are drawn.
+  const bool offscreen = QCoreApplication::instance() == nullptr
+                             ? !ProcessHasDisplay()
+                             : QGuiApplication::platformName() == "offscreen";
+  if (!impl_->runner && offscreen) return UnattendedLoop().ShowModal(form, error);
   if (Application(error) == nullptr) return false;
   Impl& impl = *impl_;
   std::unique_ptr<EventPump> pump;
@@ -251,6 +260,7 @@ bool QtFormLoop::ShowModal(Form& form, std::string& error) {
 
 void InstallQtFormLoop() {
   InstallDisplayLoop([] { return std::make_unique<QtFormLoop>(); });
+  InstallScriptPictures(RenderFormPicture);
   InstallScriptedDisplayLoop([](OperatorScript script, ScriptRunner::Journal journal) {
     QtLoopOptions options;
     options.script = std::move(script);

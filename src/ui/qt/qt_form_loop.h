@@ -50,7 +50,8 @@ class QtFormLoop final : public FormLoop {
   std::unique_ptr<Impl> impl_;
 };
 
-// Makes the Qt loop the display loop of the process (libccaddin.so does this).
+// Makes the Qt loop the display loop of the process, and Qt the drawer of the pictures of
+// CCADDIN_OPERATOR_SCRIPT runs (libccaddin.so does this).
 void InstallQtFormLoop();
 
 // Draws `form` as it stands (or only `part` of it) offscreen and writes a PNG file. False,

@@ -17,9 +17,20 @@ namespace {
 
 using namespace card_prompts;
 
-// The customer's presence as the payment transaction carries it.
-constexpr int32_t kPresent = 1;
-constexpr int32_t kNotPresent = 2;
+// The card the till stored with the payment server, as the server takes it in place of a
+// card number.
+std::string StoredCardNumber(const CreditCardCommon& shared) {
+  return "TOK:" + shared.strToken;
+}
+
+// A payment with a stored card carries the till's token and expiry, never a card number
+// or an expiry a card enquiry answered with.
+void UseStoredCard(const CreditCardCommon& shared, QlTransaction& trans) {
+  trans.lEntryMethodCode = QL_ENTRY_KEYED;
+  trans.strPan = StoredCardNumber(shared);
+  trans.strTrack.clear();
+  trans.strExpiryDate = CardDate(shared.strTokenExpiryDate);
+}
 
 // How the window took the card, as the payment client codes the card data.
 int32_t CardDataMode(int32_t lEntryMethod) {
@@ -67,20 +78,27 @@ void frmTransaction::SendCardEnquiry(int32_t& lNextState) {
   }
   std::string pan;
   std::string track;
+  int32_t mode = bCustomerPresent ? TAM_TM_CUSTOMERPRESENT : TAM_TM_CUSTOMERNOTPRESENT;
   if (lEntryMethod == kEntryTillTrack) track = std::exchange(strSwipeBuffer, std::string());
   if (lEntryMethod == kEntryKeyed && !shared.bE2EEEnabled) pan = txtKeySwipe.Text();
+  if (shared.bTokenMode) {
+    // The server knows the stored card, and how the customer takes part, from the till.
+    pan = StoredCardNumber(shared);
+    mode = shared.lTransactionMode;
+  }
   int32_t result = 0;
-  oRequest.ProcessCardEnquiry(*oEnq,
-                              bCustomerPresent ? TAM_TM_CUSTOMERPRESENT : TAM_TM_CUSTOMERNOTPRESENT,
-                              pan, track, CardDataMode(lEntryMethod), result);
+  oRequest.ProcessCardEnquiry(*oEnq, mode, pan, track, CardDataMode(lEntryMethod), result);
   switch (result) {
     case QL_REQ_DONE:
       EvaluateCardEnquiry(lNextState);
       break;
     case QL_REQ_FAILED:
-      // The card, not the session, failed: the operator may try another way.
       strStatusText = oRequest.strErrorMessage();
-      if (!shared.bMailOrderOnly) {
+      if (shared.bTokenMode) {
+        // A stored card the server refuses cannot be taken another way at the window.
+        bServerError = true;
+      } else if (!shared.bMailOrderOnly) {
+        // The card, not the session, failed: the operator may try another way.
         lReturnState = shared.bExternalSwipe ? kExternalSwipe : kCardWait;
       } else if (!shared.bE2EEEnabled) {
         bCustomerPresent = false;
@@ -133,6 +151,15 @@ void frmTransaction::EvaluateCardEnquiry(int32_t& lNextState) {
       lFuelPromptTypes[i] = oEnq->GetFuelPromptType(static_cast<int32_t>(i));
   }
   lCv2Length = oEnq->GetCv2Length();
+
+  if (shared.bTokenMode) {
+    // The till holds all a stored card needs: nothing is asked at the window, and no
+    // cashback is given on a card that is not there. A fuel card's products are still
+    // checked before it is sent.
+    UseStoredCard(shared, *oTrans);
+    RunAuthorisation(lNextState);
+    return;
+  }
 
   if (shared.bFuelBalanceMode) {
     auto balance = CurrentQlFactory().CreateFuelBalance();
@@ -223,11 +250,7 @@ void frmTransaction::BuildTransactionWithoutEnquiry(int32_t& lNextState) {
   const CreditCardCommon& shared = Shared();
   oTrans = NewTransaction();
   if (shared.bTokenMode) {
-    oTrans->lEntryMethodCode = QL_ENTRY_KEYED;
-    oTrans->strPan = "TOK:" + shared.strToken;
-    oTrans->strExpiryDate = CardDate(shared.strTokenExpiryDate);
-    oTrans->lCustomerPresence =
-        shared.lTransactionMode == TAM_TM_CUSTOMERPRESENT ? kPresent : kNotPresent;
+    UseStoredCard(shared, *oTrans);
     RunAuthorisation(lNextState);
     return;
   }

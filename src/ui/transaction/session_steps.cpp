@@ -21,10 +21,10 @@ constexpr int32_t kStatusPollMs = 350;
 constexpr const char* kConnectionClosed = "CONNECTION TO SERVER CLOSED";
 constexpr const char* kReaderNotAvailable = "CARD READER IS NOT AVAILABLE";
 
-// The customer's presence as the payment transaction carries it (1 present). Not named
-// kCustomerPresent: inside the window's members that name is the state of the question.
-constexpr int32_t kCardholderPresent = 1;
-constexpr int32_t kCardholderNotPresent = 2;
+// The customer's presence as the payment transaction carries it (1 present). Named apart
+// from the window's customer-present state, which would hide them inside its members.
+constexpr int32_t kPresenceCustomerPresent = 1;
+constexpr int32_t kPresenceCustomerNotPresent = 2;
 
 }  // namespace
 
@@ -150,6 +150,10 @@ void frmTransaction::ConnectAndLogin(int32_t& lNextState) {
     } else if (shared.bReportMode) {
       lNextState = kReport;
     } else if (shared.bTokenMode) {
+      // The stored card is the till's, given as a number: the till's transaction mode says
+      // whether the customer is there.
+      bCustomerPresent = shared.lTransactionMode == TAM_TM_CUSTOMERPRESENT;
+      lEntryMethod = kEntryKeyed;
       RunCardEnquiry(lNextState);
     } else if (shared.bMailOrderOnly) {
       bCustomerPresent = false;
@@ -254,7 +258,8 @@ std::unique_ptr<QlTransaction> frmTransaction::NewTransaction() const {
   trans->lTransactionTypeCode = TransactionTypeCode();
   if (trans->lTransactionTypeCode == QL_TT_SALE_CASHBACK)
     trans->strCashbackAmount = std::to_string(ledger.GetCashAmount(index));
-  trans->lCustomerPresence = bCustomerPresent ? kCardholderPresent : kCardholderNotPresent;
+  trans->lCustomerPresence =
+      bCustomerPresent ? kPresenceCustomerPresent : kPresenceCustomerNotPresent;
   trans->strReferenceText = shared.strReferenceText;
   return trans;
 }
