@@ -68,13 +68,21 @@ bool MoveWithoutReplacing(const std::string& from, const std::string& to) {
   return false;
 }
 
+// O_NONBLOCK keeps a FIFO without a reader from hanging the till; it has no effect on
+// regular files.
+int OpenForAppend(const std::string& path) {
+  return open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,
+              0666);
+}
+
+bool LargerThan(int fd, long long bytes) {
+  struct stat st {};
+  return fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size > bytes;
+}
+
 // One write() per line on an O_APPEND descriptor: the kernel places each whole line at
 // the end of the file, so lines from other writers never land inside it.
-void AppendToFile(const std::string& path, const std::string& line) {
-  // O_NONBLOCK keeps a FIFO without a reader from hanging the till; it has no effect on
-  // regular files.
-  const int fd =
-      open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666);
+void AppendAndClose(int fd, const std::string& line) {
   if (fd < 0) return;
   size_t done = 0;
   while (done < line.size()) {
@@ -160,12 +168,20 @@ void Logging::WriteLine(std::string_view text) noexcept {
     // One reading of the clock per line, so an archived file's name and the first line
     // of the new file agree on the time.
     const DateTime now = CurrentEnv()->Now();
-    if (bArchiveLogFile_) {
+    const auto archive = [&] {
       try {
         ArchiveIfLarge(now.Yyyymmdd() + "_" + now.Hhmmss() + "_");
       } catch (...) {
         // A failed archive only means the file grows further; the line still goes in.
       }
+    };
+    // Lines into the journal's own file ask the open file for its size instead of
+    // looking the folders up before every line (a sale writes some fifty lines); the
+    // first line of a writer still makes the archive folder, as it always has.
+    const bool own_file = strLogFileDirAndName_.empty();
+    if (bArchiveLogFile_ && (!own_file || !archive_folder_checked_)) {
+      archive();
+      archive_folder_checked_ = true;
     }
 
     std::string line;
@@ -174,7 +190,13 @@ void Logging::WriteLine(std::string_view text) noexcept {
     line += text;
     line += "\r\n";
     if (bObscureNumericStrings_) MaskLongDigitRuns(line);
-    AppendToFile(target, line);
+    int fd = OpenForAppend(target);
+    if (fd >= 0 && bArchiveLogFile_ && own_file && LargerThan(fd, kArchiveThresholdBytes)) {
+      close(fd);
+      archive();
+      fd = OpenForAppend(target);
+    }
+    AppendAndClose(fd, line);
   } catch (...) {
     // Logging must never stop a transaction: the line is lost and nothing is reported.
   }

@@ -29,9 +29,15 @@ class Logging {
 
   // Properties. The folder gets a trailing "/" on first use when it lacks one.
   [[nodiscard]] const std::string& strLogPath() const { return strLogPath_; }
-  void strLogPath(const std::string& strNewValue) { strLogPath_ = strNewValue; }
+  void strLogPath(const std::string& strNewValue) {
+    strLogPath_ = strNewValue;
+    archive_folder_checked_ = false;
+  }
   [[nodiscard]] const std::string& strLogFile() const { return strLogFile_; }
-  void strLogFile(const std::string& strNewValue) { strLogFile_ = strNewValue; }
+  void strLogFile(const std::string& strNewValue) {
+    strLogFile_ = strNewValue;
+    archive_folder_checked_ = false;
+  }
   [[nodiscard]] bool bLoggingEnabled() const { return bLoggingEnabled_; }
   void bLoggingEnabled(bool bNewValue) { bLoggingEnabled_ = bNewValue; }
   [[nodiscard]] bool bObscureNumericStrings() const { return bObscureNumericStrings_; }
@@ -53,6 +59,7 @@ class Logging {
   bool bObscureNumericStrings_ = false;
   std::string strLogFileDirAndName_;
   bool bArchiveLogFile_ = false;
+  bool archive_folder_checked_ = false;  // the first line's archive check has run
 };
 
 }  // namespace ccaddin

@@ -89,13 +89,15 @@ class WindowTenderTest(unittest.TestCase):
         self.assertFalse(self.tender("when cmdSplitTender is visible: click cmdSplitTender",
                                      "Process", 0, 2000, ...))
         self.assertFalse(self.tender("close the window", "Process2", 0, 0, 0, 0, ...))
-        # A till process run as a service: its window must not wait for ever for nobody.
+        # A till process run as a service (no display), or told to draw offscreen: its window
+        # must not wait for ever for nobody.
         env = {name: value for name, value in os.environ.items() if name not in
                ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "CCADDIN_OPERATOR_SCRIPT")}
-        service = subprocess.run([sys.executable, "-c", SERVICE_TILL, os.environ["CCADDIN_LIBRARY"]],
-                                 env=dict(env, PYTHONPATH=os.path.dirname(ccaddin.__file__)),
-                                 capture_output=True, text=True, timeout=60)
-        self.assertEqual(service.stdout, "False\n", service.stderr)
+        for platform in ({}, {"QT_QPA_PLATFORM": "offscreen", "DISPLAY": ":0"}):
+            service = subprocess.run([sys.executable, "-c", SERVICE_TILL, os.environ["CCADDIN_LIBRARY"]],
+                                     env=dict(env, PYTHONPATH=os.path.dirname(ccaddin.__file__), **platform),
+                                     capture_output=True, text=True, timeout=60)
+            self.assertEqual(service.stdout, "False\n", service.stderr)
         self.assertEqual((self.info.lResponseCode, self.server(), os.path.getsize(self.paper)),
                          (0, [], 0))
         self.assertRegex(self.site.journal(), "(?s)Split tender is not available.*"

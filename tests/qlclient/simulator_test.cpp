@@ -14,6 +14,7 @@
 #include <sstream>
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include "platform/virtual_env.h"
 #include "qlclient/sim/sim_inspect.h"
@@ -225,6 +226,16 @@ class Till {
       got["answer"] = processor_->Process(trans_);
       Errors(*processor_, got);
       got["trans"] = View(trans_);
+    } else if (op == "refuse updates") {
+      // The server's disk fails as an authorisation's code is written, after its record.
+      sqlite3* db = nullptr;
+      sqlite3_open(dir_.file("qlsim-server.sqlite").c_str(), &db);
+      sqlite3_exec(db,
+                   "CREATE TRIGGER refuse BEFORE UPDATE ON transactions WHEN "
+                   "json_extract(new.record, '$.strAuthCode') <> '' BEGIN "
+                   "SELECT RAISE(ABORT, 'disk I/O error'); END",
+                   nullptr, nullptr, nullptr);
+      sqlite3_close(db);
     } else if (op == "bypass") {
       got["answer"] = processor_->AnswerPinBypass(s.value("answer", 0), trans_);
       Errors(*processor_, got);

@@ -81,6 +81,11 @@ std::vector<std::string> CardNumbersInFiles(const std::string& folder,
     if (!entry.is_regular_file()) continue;
     const std::string name = entry.path().filename().string();
     if (std::find(except.begin(), except.end(), name) != except.end()) continue;
+    // A store's write-ahead log and its index are read through the store itself.
+    const std::string path = entry.path().string();
+    if ((name.ends_with("-wal") || name.ends_with("-shm")) &&
+        std::filesystem::exists(path.substr(0, path.size() - 4)))
+      continue;
     std::ifstream in(entry.path(), std::ios::binary);
     const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     const std::vector<std::string> values = bytes.starts_with("SQLite format 3")

@@ -103,7 +103,8 @@ std::string Hex(uint64_t v, int digits) {
   return s;
 }
 
-// Fills the server's answer into `trans` and stores it.
+// Fills the server's answer into `trans` and stores it (in the caller's write: the
+// record is added before its reference can go into the answer, then completed).
 void Authorise(Terminal& t, QlTransaction& trans, CardOutcome outcome, int32_t cvm,
                bool offline_by_device) {
   const SimConfig& c = *t.config;
@@ -254,6 +255,7 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     if (oTrans.lConversionState == QL_DCC_ACCEPTED && !card.dcc_currency.empty())
       Convert(*t, oTrans);
     const CardOutcome outcome = m.outcome ? *m.outcome : card.outcome;
+    SimStore::Write write(*t->store);
     Authorise(*t, oTrans, outcome, card.cvm, m.offline);
     if (read_by_terminal && t->config->terminal_settles) {
       t->store->Update(oTrans.lTransRefNo,
@@ -262,6 +264,7 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
                                                               : StoreState::kPending,
                        oTrans);
     }
+    write.Commit();
     Finish(*t, oTrans);
     return Answer(t, "Processor.Process", sent, oTrans);
   }
@@ -281,6 +284,7 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     t->pin_bypass_answered = true;
     Show(*t, "PROCESSING");
     // A bypassed PIN falls back to a signature; a refused bypass ends the card's go.
+    SimStore::Write write(*t->store);
     if (lAnswer == QL_PIN_BYPASS_ACCEPT) {
       Authorise(*t, oTrans, t->card->outcome, QL_CVM_SIGNATURE, false);
     } else {
@@ -288,6 +292,7 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
       oTrans.strResponseText = "PIN REQUIRED - DECLINED";
       t->store->Update(oTrans.lTransRefNo, StoreState::kPending, oTrans);
     }
+    write.Commit();
     Finish(*t, oTrans);
     return Answer(t, "Processor.AnswerPinBypass", sent, oTrans);
   }

@@ -110,6 +110,8 @@ SimStore::SimStore(const std::string& path) : path_(path) {
     // The first statement reads the file header: a file that is not a database fails
     // here, before anything is written to it.
     Exec("SELECT count(*) FROM sqlite_master");
+    Exec("PRAGMA journal_mode=WAL");
+    Exec("PRAGMA synchronous=NORMAL");
     Exec(
         "CREATE TABLE IF NOT EXISTS batches(batch_no INTEGER PRIMARY KEY, opened TEXT NOT NULL, "
         "closed TEXT NOT NULL DEFAULT '')");
@@ -152,26 +154,20 @@ int32_t SimStore::OpenBatch() {
 }
 
 int32_t SimStore::Add(QlTransaction& trans, bool offline) {
-  Exec("BEGIN IMMEDIATE");
-  try {
-    const int32_t batch = OpenBatch();
-    Stmt s(db_,
-           "INSERT INTO transactions(batch_no, created, state, offline, uploaded, record) "
-           "VALUES(?, ?, 0, ?, ?, ?)");
-    s.Bind(1, batch)
-        .Bind(2, Stamp())
-        .Bind(3, offline ? 1 : 0)
-        .Bind(4, offline ? 0 : 1)
-        .Bind(5, ReceiptRecordToText(trans));
-    s.Step();
-    trans.lTransRefNo = static_cast<int32_t>(sqlite3_last_insert_rowid(db_));
-    trans.strBatchNo = std::to_string(batch);
-    Update(trans.lTransRefNo, StoreState::kPending, trans);
-    Exec("COMMIT");
-  } catch (...) {
-    sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
-    throw;
-  }
+  Write write(*this);
+  const int32_t batch = OpenBatch();
+  Stmt s(db_,
+         "INSERT INTO transactions(batch_no, created, state, offline, uploaded, record) "
+         "VALUES(?, ?, 0, ?, ?, ?)");
+  trans.strBatchNo = std::to_string(batch);
+  s.Bind(1, batch)
+      .Bind(2, Stamp())
+      .Bind(3, offline ? 1 : 0)
+      .Bind(4, offline ? 0 : 1)
+      .Bind(5, ReceiptRecordToText(trans));
+  s.Step();
+  trans.lTransRefNo = static_cast<int32_t>(sqlite3_last_insert_rowid(db_));
+  write.Commit();
   return trans.lTransRefNo;
 }
 
@@ -197,19 +193,30 @@ int32_t SimStore::UploadOffline() {
 }
 
 int32_t SimStore::CloseBatch() {
-  Exec("BEGIN IMMEDIATE");
-  try {
-    const int32_t batch = OpenBatch();
-    Stmt close(db_, "UPDATE batches SET closed = ? WHERE batch_no = ?");
-    close.Bind(1, Stamp()).Bind(2, batch).Step();
-    Stmt next(db_, "INSERT INTO batches(batch_no, opened) VALUES(?, ?)");
-    next.Bind(1, batch + 1).Bind(2, Stamp()).Step();
-    Exec("COMMIT");
-    return batch;
-  } catch (...) {
-    sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
-    throw;
-  }
+  Write write(*this);
+  const int32_t batch = OpenBatch();
+  Stmt close(db_, "UPDATE batches SET closed = ? WHERE batch_no = ?");
+  close.Bind(1, Stamp()).Bind(2, batch).Step();
+  Stmt next(db_, "INSERT INTO batches(batch_no, opened) VALUES(?, ?)");
+  next.Bind(1, batch + 1).Bind(2, Stamp()).Step();
+  write.Commit();
+  return batch;
+}
+
+SimStore::Write::Write(SimStore& store) : store_(store) {
+  if (sqlite3_get_autocommit(store_.db_) == 0) return;  // joins the open one
+  store_.Exec("BEGIN IMMEDIATE");
+  own_ = true;
+}
+
+SimStore::Write::~Write() {
+  if (own_) sqlite3_exec(store_.db_, "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void SimStore::Write::Commit() {
+  if (!own_) return;
+  store_.Exec("COMMIT");
+  own_ = false;
 }
 
 std::vector<StoredTransaction> SimStore::List(int32_t batch_no) {

@@ -2,6 +2,10 @@
 // every process naming it, so one process can confirm, reprint or void what another
 // authorised. Holds only receipt data (masked card numbers; never track, CV2, PIN or
 // token). Calls block on the file, briefly waiting while another process writes.
+// The file is kept in write-ahead-log mode with normal synchronisation: a commit is in
+// the log before the call returns, so it survives a killed process (what a test bench
+// needs), while the log is synced to the disk only at checkpoints, so a power cut may
+// lose the last few requests.
 #pragma once
 
 #include <cstdint>
@@ -47,6 +51,23 @@ class SimStore {
   SimStore& operator=(const SimStore&) = delete;
 
   [[nodiscard]] const std::string& path() const { return path_; }
+
+  // Everything one request changes, written in one transaction: all of it or none of
+  // it is in the file, and the log is written once. Commit before answering the till,
+  // so what the till is told is on file. Writes made inside it (Add, Update, ...) join
+  // it; one started while another is open joins the outer one, which decides.
+  class Write {
+   public:
+    explicit Write(SimStore& store);
+    ~Write();
+    Write(const Write&) = delete;
+    Write& operator=(const Write&) = delete;
+    void Commit();
+
+   private:
+    SimStore& store_;
+    bool own_ = false;
+  };
 
   // Records a new transaction in the open batch and returns its reference number,
   // which is also written into `trans`.

@@ -8,6 +8,7 @@
 #include <QThread>
 #include <QTimer>
 #include <cstdlib>
+#include <string_view>
 #include <vector>
 
 #include "platform/env.h"
@@ -24,6 +25,16 @@ namespace {
 bool ProcessHasDisplay() {
   return std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr ||
          std::getenv("QT_QPA_PLATFORM") != nullptr;
+}
+
+// Windows would be drawn where nobody sees them: on the offscreen platform, whether the
+// till chose it or the add-in does for a process without a display.
+bool DrawnOffscreen() {
+  if (QCoreApplication::instance() != nullptr)
+    return QGuiApplication::platformName() == "offscreen";
+  const char* platform = std::getenv("QT_QPA_PLATFORM");
+  if (platform != nullptr) return std::string_view(platform).starts_with("offscreen");
+  return !ProcessHasDisplay();
 }
 
 // The till's QApplication, or one the add-in starts on this thread and keeps for the
@@ -226,10 +237,7 @@ bool QtFormLoop::ShowModal(Form& form, std::string& error) {
   // Nobody can see, let alone operate, a window drawn offscreen (a till running as a
   // service, with no display): it would wait for ever, so it takes its safe way out
   // instead. A script's windows have their operator, and are drawn.
-  const bool offscreen = QCoreApplication::instance() == nullptr
-                             ? !ProcessHasDisplay()
-                             : QGuiApplication::platformName() == "offscreen";
-  if (!impl_->runner && offscreen) return UnattendedLoop().ShowModal(form, error);
+  if (!impl_->runner && DrawnOffscreen()) return UnattendedLoop().ShowModal(form, error);
   if (Application(error) == nullptr) return false;
   Impl& impl = *impl_;
   std::unique_ptr<EventPump> pump;
