@@ -25,11 +25,9 @@ def measure(program, env):
     return wall, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024.0  # KiB to MiB
 
 
-def main():
-    folder = sys.argv[1] if len(sys.argv) > 1 else "build/release/bench"
-    runs = int(sys.argv[2]) if len(sys.argv) > 2 else 30
-    env = dict(os.environ, QT_QPA_PLATFORM="offscreen")
-    programs = {"bare_qt_dialog": [], "question_box_process": []}
+def against_floor(folder, program, env, runs):
+    """Runs `program` and the floor alternately and prints their medians and peaks."""
+    programs = {"bare_qt_dialog": [], program: []}
     for _ in range(runs):
         for name, results in programs.items():
             results.append(measure(os.path.join(folder, name), env))
@@ -40,6 +38,13 @@ def main():
         rss = max(r[2] for r in results)
         print(f"{name:22} wall {wall * 1000:6.1f} ms ({wall / floor[0]:4.2f}x)  "
               f"CPU {cpu * 1000:6.1f} ms ({cpu / floor[1]:4.2f}x)  peak RSS {rss:5.1f} MiB")
+
+
+def main():
+    folder = sys.argv[1] if len(sys.argv) > 1 else "build/release/bench"
+    runs = int(sys.argv[2]) if len(sys.argv) > 2 else 30
+    against_floor(folder, "question_box_process", dict(os.environ, QT_QPA_PLATFORM="offscreen"),
+                  runs)
 
 
 if __name__ == "__main__":

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """A reference till: how a point-of-sale program drives libccaddin.so through its C ABI,
-with nothing but Python's ctypes (the binding is tests/e2e/ccaddin.py).
+with nothing but Python's ctypes (the binding is ccaddin.py beside it).
 
 It runs one card sale the way a till without the component's window does, through
 TamberinCcAddin.TNonGuiTransactionHook2: start the session, ask for the card (chip or tap,
@@ -18,11 +18,10 @@ import argparse
 import os
 import sys
 
-HERE = os.path.dirname(os.path.abspath(__file__))
-sys.path.insert(0, os.path.join(HERE, "..", "tests", "e2e"))
+import ccaddin
+from ccaddin import ByRef
 
-import ccaddin  # noqa: E402  (the path above makes it importable)
-from ccaddin import ByRef  # noqa: E402
+HERE = os.path.dirname(os.path.abspath(__file__))
 
 SALE = 0                                  # TAMBERIN_TRANSACTIONTYPE
 CHIP_OR_TAP, SWIPE = 0, 1                 # TRANSACTION_DATAENTRY

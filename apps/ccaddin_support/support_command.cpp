@@ -399,10 +399,7 @@ void ReadFuel(const nlohmann::json& object, CreditCardCommon& shared) {
   shared.oProductInfo = std::move(products);
 }
 
-struct ReceiptRequest {
-  QlTransaction trans;
-  TTillInformation till;
-};
+}  // namespace
 
 ReceiptRequest ReadReceiptRequest(const std::string& json_text, CreditCardCommon& shared) {
   const nlohmann::json root = ParseJson(json_text);
@@ -427,6 +424,8 @@ ReceiptRequest ReadReceiptRequest(const std::string& json_text, CreditCardCommon
   }
   return request;
 }
+
+namespace {
 
 int ParseNumber(const std::string& text, size_t digits, const std::string& option) {
   if (text.size() != digits || text.find_first_not_of("0123456789") != std::string::npos) {

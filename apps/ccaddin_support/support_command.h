@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ccaddin/records.h"
+#include "qlclient/ql_transaction.h"
 
 namespace ccaddin {
 
@@ -25,5 +26,18 @@ int RunSupportCommand(const std::vector<std::string>& args, std::ostream& out, s
 // "till". Unknown members are refused, so that a misspelt name cannot go unnoticed.
 // Throws std::runtime_error with a readable message.
 [[nodiscard]] TTillInformation ReadTillInformation(const std::string& json_text);
+
+// A transaction to preview, as the receipt command reads it: "transaction" (members
+// named as QlTransaction's), and optionally "till" (as below), "session" (the details
+// the window asked for) and "fuel" (the sale's fuel products and the card's list), the
+// last two stored in `shared` as the window stores them. Unknown members are refused.
+// Throws std::runtime_error with a readable message.
+struct ReceiptRequest {
+  QlTransaction trans;
+  TTillInformation till;
+};
+class CreditCardCommon;
+[[nodiscard]] ReceiptRequest ReadReceiptRequest(const std::string& json_text,
+                                                CreditCardCommon& shared);
 
 }  // namespace ccaddin

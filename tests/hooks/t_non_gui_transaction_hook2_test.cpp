@@ -13,6 +13,7 @@
 #include "platform/virtual_env.h"
 #include "qlclient/sim/sim_inspect.h"
 #include "qlclient/sim/simulator.h"
+#include "support/leak_scan.h"
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
 
@@ -22,8 +23,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::TempDir;
 using testing::TestRegistry;
-
-constexpr const char* kVisaPan = "4761739001010010";
 
 std::string ReadAll(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
@@ -61,18 +60,21 @@ class HookTest : public ::testing::Test {
   // Start, enquire and authorise; the authorisation's result.
   int32_t Authorise(int32_t amount, int32_t cashback = 0, int32_t type = TAM_TT_SALE) {
     EXPECT_EQ(hook_.StartTransaction(), 0) << hook_.strErrorMessage();
-    const int32_t enquired = hook_.CardEnquiry(type, DATAENTRY_CHIPORTAP, amount, till_);
+    const int32_t enquired = Enquire(amount, type);
     if (enquired != RETURNCODE_SUCCESS && enquired != RETURNCODE_CASHBACKALLOWED) return -1;
     return hook_.AuthoriseTransaction(type, amount, cashback, till_, info_);
   }
 
-  // Every file under the work folder (journal, receipts, saved transactions, the
-  // simulator's store) must be free of the full card number.
-  void ExpectNoFullCardNumber() const {
-    for (const auto& entry : fs::recursive_directory_iterator(work_.path())) {
-      if (!entry.is_regular_file()) continue;
-      EXPECT_EQ(ReadAll(entry.path()).find(kVisaPan), std::string::npos) << entry.path();
-    }
+  // After every test no file under the work folder (journal, receipts, saved
+  // transactions, the simulator's store) may hold a card number.
+  void TearDown() override {
+    hook_.EndTransaction();
+    sim::ResetSimulator();
+    EXPECT_EQ(testing::CardNumbersInFiles(work_.path().string()), std::vector<std::string>{});
+  }
+
+  int32_t Enquire(int32_t amount, int32_t type = TAM_TT_SALE) {
+    return hook_.CardEnquiry(type, DATAENTRY_CHIPORTAP, amount, till_);
   }
 
   ScopedSharedState state_;
@@ -118,7 +120,29 @@ TEST_F(HookTest, ChipSaleIsAuthorisedSavedUnderItsReferenceAndConfirmed) {
   for (const auto& entry : fs::directory_iterator(receipts())) {
     EXPECT_EQ(entry.path().filename().string().rfind("0000000001_", 0), 0u) << entry.path();
   }
-  ExpectNoFullCardNumber();
+}
+
+// The kind reaches the receipts, and each is confirmed (or cancelled) by its reference.
+TEST_F(HookTest, RefundPreAuthorisationAndFinalAuthorisationAreConfirmed) {
+  for (const auto& [type, line] :
+       {std::pair{TAM_TT_REFUND, "REFUND"}, std::pair{TAM_TT_PREAUTH, "PRE AUTH"},
+        std::pair{TAM_TT_FINALAUTH, "FINAL SALE"}}) {
+    SCOPED_TRACE(line);
+    ASSERT_EQ(Authorise(3000, 0, type), RETURNCODE_SUCCESS) << hook_.strErrorMessage();
+    TTransactionInfo confirmed;
+    ASSERT_TRUE(hook_.ConfirmTransaction(CONFIRMTYPE_AUTHORISED, hook_.strTransactionReference(),
+                                         "", till_, confirmed))
+        << hook_.strErrorMessage();
+    EXPECT_NE(confirmed.strCustomerReceipt.find("\r\n" + std::string(line) + "\r\n"),
+              std::string::npos)
+        << confirmed.strCustomerReceipt;
+    EXPECT_NE(confirmed.strCustomerReceipt.find("30.00"), std::string::npos);
+  }
+  ASSERT_EQ(Authorise(1500), RETURNCODE_SUCCESS);
+  TTransactionInfo cancelled;
+  ASSERT_TRUE(hook_.ConfirmTransaction(CONFIRMTYPE_CANCELLED, hook_.strTransactionReference(), "",
+                                       till_, cancelled));
+  EXPECT_NE(cancelled.strCustomerReceipt.find("SALE (CANCELLED)"), std::string::npos);
 }
 
 TEST_F(HookTest, SaleTypeCodeFollowsCashbackAndCashbackIsOffered) {
@@ -221,13 +245,59 @@ TEST_F(HookTest, AuthorisationOutcomesOtherThanApproval) {
   EXPECT_NE(journal.find("AUTHORISATION FAILED"), std::string::npos);
 }
 
-TEST_F(HookTest, StartFailuresNameTheStep) {
-  Configure(R"({"faults":[{"operation":"Session.Connect","result":1,"count":0}]})");
-  EXPECT_EQ(hook_.StartTransaction(), 1);
-  EXPECT_EQ(hook_.strErrorMessage(), "SERVER CONNECTION FAILED");
-  Configure(R"({"faults":[{"operation":"Login.Login","result":3}]})");
-  EXPECT_EQ(hook_.StartTransaction(), 1);
-  EXPECT_EQ(hook_.strErrorMessage(), "LOGIN FAILED");
+// Each request that loses the server connection fails the step with its own text, and
+// the journal says so once a session has started.
+TEST_F(HookTest, EachRequestLosingTheConnectionFailsWithItsText) {
+  // Only an integrated terminal's till hears of a refused confirmation at once.
+  registry_.Set("SemiIntegrated", "1");
+  struct Case {
+    const char* operation;
+    int32_t answer;
+    const char* step;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"Session.Connect", 1, "start", "SERVER CONNECTION FAILED"},
+      {"Login.Login", 3, "start", "LOGIN FAILED"},
+      {"TransactionStart.Start", 1, "enquire", "AUTHORISATION FAILED"},
+      {"CardReaderStatus.Poll", 1, "enquire", "CARDREADER UNAVAILABLE"},
+      {"CardEnquiry.Enquire", 1, "enquire", "CARDENQUIRY FAILED"},
+      {"Processor.Process", 1, "authorise", "AUTHORISATION FAILED"},
+      {"Confirm.Confirm", 1, "confirm", "CONFIRMATION FAILED"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.operation);
+    const std::string step = c.step;
+    Configure("{}");
+    std::string reference;
+    if (step == "confirm") {
+      ASSERT_EQ(Authorise(1000), RETURNCODE_SUCCESS);
+      reference = hook_.strTransactionReference();
+    }
+    Configure(std::string(R"({"faults":[{"operation":")") + c.operation +
+              R"(","count":0,"errorCode":30003,"result":)" + std::to_string(c.answer) + "}]}");
+    if (step == "start") {
+      EXPECT_EQ(hook_.StartTransaction(), 1);
+    } else {
+      ASSERT_EQ(hook_.StartTransaction(), 0);
+      if (step == "enquire") {
+        EXPECT_EQ(Enquire(1000), RETURNCODE_FAILED);
+      } else if (step == "authorise") {
+        ASSERT_EQ(Enquire(1000), RETURNCODE_SUCCESS);
+        EXPECT_EQ(hook_.AuthoriseTransaction(TAM_TT_SALE, 1000, 0, till_, info_),
+                  RETURNCODE_FAILED);
+        EXPECT_EQ(hook_.strTransactionReference(), "");
+      } else {
+        TTransactionInfo confirmed;
+        EXPECT_FALSE(
+            hook_.ConfirmTransaction(CONFIRMTYPE_CANCELLED, reference, "", till_, confirmed));
+        EXPECT_TRUE(confirmed.strCustomerReceipt.empty());
+      }
+      EXPECT_NE(Journal().find(c.message), std::string::npos);
+    }
+    EXPECT_EQ(hook_.strErrorMessage(), c.message);
+    hook_.EndTransaction();
+  }
 }
 
 TEST_F(HookTest, SaveThatCannotCompleteLeavesNoFileAndFails) {
@@ -269,19 +339,6 @@ TEST_F(HookTest, ConfirmReadsOnlyTransactionsInsideTheReceiptFolder) {
       << hook_.strErrorMessage();
   EXPECT_NE(confirmed.strCustomerReceipt.find("03/02/26"), std::string::npos)
       << confirmed.strCustomerReceipt;
-}
-
-TEST_F(HookTest, ConfirmationRefusedByTheServerFails) {
-  // Only an integrated terminal's till hears of a refused confirmation at once.
-  registry_.Set("SemiIntegrated", "1");
-  ASSERT_EQ(Authorise(1250), RETURNCODE_SUCCESS);
-  Configure(R"({"faults":[{"operation":"Confirm.Confirm","result":1,"errorText":"NO"}]})");
-  ASSERT_EQ(hook_.StartTransaction(), 0);
-  TTransactionInfo confirmed;
-  EXPECT_FALSE(hook_.ConfirmTransaction(CONFIRMTYPE_CANCELLED, hook_.strTransactionReference(), "",
-                                        till_, confirmed));
-  EXPECT_EQ(hook_.strErrorMessage(), "CONFIRMATION FAILED");
-  EXPECT_TRUE(confirmed.strCustomerReceipt.empty());
 }
 
 TEST_F(HookTest, CallsOutOfOrderFailWithoutTouchingTheServer) {

@@ -3,27 +3,14 @@
 #include <string>
 
 #include "payment/credit_card_common.h"
+#include "support/receipt_case.h"
 
 namespace ccaddin {
 namespace {
 
+// A chip sale authorised online, its card number masked as the server returns it.
 QlTransaction Authorised() {
-  QlTransaction t;
-  t.lStatus = 1;
-  t.strAuthCode = "A12345";
-  t.lTransRefNo = 4711;
-  t.strPan = "476173******0010";
-  t.strSchemeName = "VISA";
-  t.strAppPreferredName = "VISA DEBIT";
-  t.strAppLabel = "VISA";
-  t.strAid = "A0000000031010";
-  t.strMerchantNo = "4971234567";
-  t.strTerminalId = "22160001";
-  t.strCurrencyCode = "826";
-  t.lCvmCode = 1;
-  t.lEntryMethodCode = 2;
-  t.strToken = "TOKEN-1";
-  return t;
+  return testing::ReadReceiptCase("authorised_chip", "records").trans;
 }
 
 // A record that a till reused: every field holds something the fills may or may not touch.

@@ -6,69 +6,16 @@
 #include <vector>
 
 #include "platform/csv_record.h"
+#include "support/golden_text.h"
+#include "support/receipt_case.h"
 #include "support/temp_dir.h"
 
 namespace ccaddin {
 namespace {
 
+// Every field the contract has, set.
 QlTransaction FullTransaction() {
-  QlTransaction t;
-  t.lEntryMethodCode = 2;
-  t.lMode = 1;
-  t.strPan = "4761739001010010";
-  t.strTrack = ";4761739001010010=25122011234567890?";
-  t.strExpiryDate = "2512";
-  t.strStartDate = "2101";
-  t.strIssueNumber = "01";
-  t.strCv2 = "123";
-  t.strAddressDigits = "12";
-  t.strPostcode = "PW14RD";
-  t.strToken = "TKN-4988080000000000";
-  t.strReferenceText = "Table 4, \"window\"";  // a comma and quotes inside a field
-  t.strGratuityAmount = "150";
-  t.lTransactionTypeCode = 2;
-  t.strAmount = "4200";
-  t.strCashbackAmount = "1000";
-  t.lStatus = 1;
-  t.strAuthCode = "A12345";
-  t.strResponseText = "AUTH CODE: A12345";
-  t.lTransRefNo = 4711;
-  t.lAuthSource = 2;
-  t.lCustomerPresence = 0;
-  t.strTerminalId = "22160001";
-  t.strMerchantNo = "4971234567";
-  t.strSchemeName = "VISA";
-  t.strCurrencyCode = "826";
-  t.strCv2AvsResult = "MATCHED";
-  t.strAvailableSpend = "7500";
-  t.strBatchNo = "12";
-  t.strTransDate = "261123";
-  t.strTransTime = "013000";
-  t.bMerchPrintExpiry = true;
-  t.bCustPrintIssueNo = true;
-  t.bMerchPrintCvm = false;
-  t.bCustPrintAuthSource = true;
-  t.strReference = "0000012:0000003:R1:v1.0.0:SELFSERVICE";
-  t.strCryptogram = "9F26ABCDEF";
-  t.lCvmCode = 4;
-  t.strAid = "A0000000031010";
-  t.strAppLabel = "VISA";
-  t.strAppPreferredName = "VISA DEBIT";
-  for (int i = 0; i < QL_EMV_COUNT; ++i)
-    t.strEmvValues[static_cast<size_t>(i)] = "E" + std::to_string(i);
-  t.lProcessingState = 2;
-  t.lCurrencyExponent = 3;
-  t.bCancelled = true;
-  t.lMileage = 123456;
-  t.strRegNo = "AB12CDE";
-  t.strPanSeqNo = "01";
-  t.strCurrencyText = "GBP";
-  t.strBaseCurrencyText = "EUR";
-  t.strBaseAmount = "4900";
-  t.strExchangeRate = "1.1667";
-  t.lConversionState = 2;
-  t.lCardType = 1;
-  return t;
+  return testing::ReadReceiptCase("full_transaction", "records").trans;
 }
 
 TEST(SerialiseTransInfo, RoundTripThroughAFileKeepsEverythingButTheSensitiveFields) {
@@ -126,28 +73,14 @@ std::string Join(std::vector<std::string> fields) {
   return record;
 }
 
+// The saved record's fields by position, one "<position>=<text>" a line.
 TEST(SerialiseTransInfo, RecordHasTheFixedPositionsAndEncodings) {
   TSerialiseTransInfo serialiser;
+  std::string positions;
   const std::vector<std::string> fields = Fields(serialiser.SerialiseObject(FullTransaction()));
-  ASSERT_EQ(fields.size(), 102u);
-  EXPECT_EQ(fields[0], "2");
-  EXPECT_EQ(fields[3], "************0010");
-  EXPECT_EQ(fields[9], "4200");
-  EXPECT_EQ(fields[14], "4711");
-  EXPECT_EQ(fields[54], "0000012:0000003:R1:v1.0.0:SELFSERVICE");
-  EXPECT_EQ(fields[57], "4");
-  EXPECT_EQ(fields[84], "2");
-  EXPECT_EQ(fields[88], "3");
-  EXPECT_EQ(fields[90], "1");
-  EXPECT_EQ(fields[91], "123456");
-  EXPECT_EQ(fields[101], "1");
-  for (int empty : {2, 4, 5, 21, 22, 23, 24, 30, 56, 85, 86, 87, 95}) {
-    EXPECT_EQ(fields[static_cast<size_t>(empty)], "") << empty;
-  }
-  for (int i = 31; i <= 53; ++i) {
-    EXPECT_TRUE(fields[static_cast<size_t>(i)] == "0" || fields[static_cast<size_t>(i)] == "1")
-        << i;
-  }
+  for (size_t i = 0; i < fields.size(); ++i)
+    positions += std::to_string(i) + "=" + fields[i] + "\n";
+  EXPECT_TRUE(testing::MatchesGolden(positions, "records/full_transaction_fields.txt"));
   EXPECT_EQ(Fields(serialiser.SerialiseObject(QlTransaction{}))[3], "****");
 }
 

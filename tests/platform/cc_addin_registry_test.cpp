@@ -44,23 +44,6 @@ TEST(CcAddinSettings, EveryNumberFrom0To90NamesOneSetting) {
   EXPECT_EQ(FindSettingByValueName("semiintegrated")->property, "lOperatingMode");
 }
 
-TEST(TCcAddinRegistry, EmptyKeyGivesTheDefaults) {
-  TestRegistry reg;
-  const TCcAddinRegistry settings = Loaded();
-  EXPECT_TRUE(settings.bWindowsFontBold && settings.bCutPaperAfterMerchantCopy &&
-              settings.bCutPaperAfterCustomerCopy && settings.bPrintMerchantHeader &&
-              settings.bPrintCustomerHeader && settings.bAutoDeclinePinBypass);
-  EXPECT_FALSE(settings.bSaveReceipts || settings.bCashback || settings.bTestMode);
-  EXPECT_EQ(settings.strTrackStartId, "3B");
-  EXPECT_EQ(settings.strTrackEndId, "3F");
-  EXPECT_EQ(settings.strPrintNormalControl, "1B2100");
-  EXPECT_EQ(settings.strPrintBoldControl, "1B2148");
-  EXPECT_EQ(settings.lWindowsFontSize, 10);
-  EXPECT_EQ(settings.lRmsReceiptPrinterNo, 1);
-  EXPECT_EQ(settings.strbaseCurrency, "");
-  EXPECT_EQ(settings.lLeftTwips, 0);
-}
-
 TEST(TCcAddinRegistry, MissingKeyMissingDatabaseAndCorruptDatabaseAllGiveTheDefaults) {
   std::vector<std::string> defaults;
   {

@@ -13,7 +13,6 @@ namespace {
 
 using testing::MakeRmsSession;
 using testing::RmsSession;
-using testing::RmsSessionSetup;
 
 // A small class exposed by name the way the component's records and hooks will be.
 struct TTally {
@@ -123,7 +122,7 @@ TEST(DispatchTable, ByReferenceArgumentsComeBackToTheCaller) {
 TEST(LateObject, ChainsMembersAndFailsWithTheTillsTexts) {
   const RmsSession rms = MakeRmsSession({});
   const LateObject session(rms.session);
-  EXPECT_EQ(session.Object("transaction").Get("TRANSACTIONTYPE"), Variant(int32_t{1}));
+  EXPECT_EQ(session.Object("register").Get("NUMBER"), Variant(int32_t{3}));
 
   const auto run = [&](auto body) {
     std::string error;
@@ -137,44 +136,11 @@ TEST(LateObject, ChainsMembersAndFailsWithTheTillsTexts) {
             "THook.Process() Failed - Object doesn't support this property or method");
   EXPECT_EQ(run([&] { (void)session.Object("Configuration").Object("StoreName"); }),
             "THook.Process() Failed - Object required");
-  EXPECT_EQ(run([&] { (void)LateObject().Get("Transaction"); }),
+  EXPECT_EQ(run([&] { (void)LateObject().Get("Register"); }),
             "THook.Process() Failed - Object variable or With block variable not set");
-  rms.session->SetReadOnly("Transaction", nullptr);
-  EXPECT_EQ(run([&] { (void)session.Object("Transaction"); }),
+  rms.session->SetReadOnly("Register", nullptr);
+  EXPECT_EQ(run([&] { (void)session.Object("Register"); }),
             "THook.Process() Failed - Object variable or With block variable not set");
-}
-
-TEST(HostModel, RmsSessionReadsAsTheTillHooksReadIt) {
-  RmsSessionSetup setup;
-  setup.transaction_type = 15;
-  setup.tenders = {{"Cash", 5.0, 0.0}, {"Credit Card", 2.675, 0.0}};
-  setup.register_number = 4;
-  const RmsSession rms = MakeRmsSession(setup);
-  const LateObject transaction = LateObject(rms.session).Object("Transaction");
-  EXPECT_EQ(transaction.Get("TransactionType").ToInt32().value(), 15);
-
-  std::vector<std::string> descriptions;
-  std::vector<int32_t> pence;
-  for (const Variant& item : transaction.Object("Tenders").Items()) {
-    const LateObject tender = LateObject::From(item);
-    descriptions.push_back(tender.Object("Descriptor").Get("Description").ToString().value());
-    pence.push_back(tender.Get("AmountIn").ToCurrency().value().ToMinorUnits(2).value());
-  }
-  EXPECT_EQ(descriptions, (std::vector<std::string>{"Cash", "Credit Card"}));
-  EXPECT_EQ(pence, (std::vector<int32_t>{500, 268}));
-
-  const LateObject configuration = LateObject(rms.session).Object("Configuration");
-  EXPECT_EQ(configuration.Get("StoreName"), Variant(setup.store_name));
-  EXPECT_EQ(configuration.Get("StoreAddress2"), Variant(""));
-  EXPECT_EQ(LateObject(rms.session).Object("Register").Get("Number").ToString().value(), "4");
-
-  // Collections are 1-based; Item is also the default member.
-  EXPECT_EQ(rms.tender_list->Get("", {int32_t{2}}).value, Variant(rms.tenders[1]));
-  for (int32_t outside : {0, 3}) {
-    const DispatchResult r = rms.tender_list->Call("Item", {outside});
-    EXPECT_EQ(r.status, DispatchStatus::kFailed);
-    EXPECT_EQ(r.error, "Subscript out of range");
-  }
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "platform/virtual_env.h"
+#include "support/processes.h"
 #include "support/temp_dir.h"
 
 namespace ccaddin {
@@ -50,15 +50,6 @@ Logging JournalWriter(const std::string& folder, const std::string& file = "jour
 void FillTo(const std::string& path, size_t size) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   out << std::string(size, 'x');
-}
-
-// Runs `body` in a child process and returns its exit status (-1 when it crashed).
-int InChild(const std::function<int()>& body) {
-  const pid_t pid = fork();
-  if (pid == 0) _exit(body());
-  int status = 0;
-  waitpid(pid, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 class LoggingTest : public ::testing::Test {
@@ -259,7 +250,7 @@ TEST_F(LoggingTest, ReadOnlyFolderLosesTheArchiveButNotTheLine) {
   fs::permissions(dir_.path(), fs::perms::owner_read | fs::perms::owner_exec |
                                    fs::perms::group_read | fs::perms::group_exec |
                                    fs::perms::others_read | fs::perms::others_exec);
-  const int status = InChild([&] {
+  const int status = testing::RunInChild([&] {
     if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) return 2;
     Logging log = JournalWriter(dir_.folder());
     log.Logit("kept");
@@ -297,22 +288,15 @@ TEST(LoggingProcesses, TwoWritersLoseNoLineAcrossArchiving) {
   const std::string filler(300, '.');
   std::vector<pid_t> children;
   for (char writer : {'A', 'B'}) {
-    const pid_t pid = fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
+    children.push_back(testing::StartChild([&] {
       Logging log = JournalWriter(dir.folder());
       for (int i = 0; i < kLinesPerWriter; ++i) {
         log.Logit(std::string(1, writer) + "#" + std::to_string(i) + "#" + filler);
       }
-      _exit(0);
-    }
-    children.push_back(pid);
+      return 0;
+    }));
   }
-  for (const pid_t pid : children) {
-    int status = 0;
-    waitpid(pid, &status, 0);
-    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
+  for (const pid_t pid : children) ASSERT_EQ(testing::WaitChild(pid), 0);
 
   std::string all = dir.Read("journal.log");
   int archives = 0;

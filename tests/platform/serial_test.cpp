@@ -5,7 +5,6 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/ioctl.h>
-#include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -16,6 +15,7 @@
 #include <thread>
 
 #include "platform/virtual_env.h"
+#include "support/processes.h"
 #include "support/socat_line.h"
 #include "support/temp_dir.h"
 
@@ -304,19 +304,15 @@ TEST_F(SerialLineTest, LostLineFailsTheRead) {
 // 0 when a TSerial in a separate process cannot open the port, as expected while this
 // process holds it; 1 when it could; 2 when it failed with the wrong text or code.
 int ConnectFromAnotherProcess(const std::string& port) {
-  const pid_t pid = fork();
-  if (pid == 0) {
+  return testing::RunInChild([&] {
     TSerial other;
     other.Initialise(Line(port));
-    if (other.Connect() == 0) _exit(1);
-    _exit(other.strErrorMessage() == "Failed opening COM Port " + port &&
-                  other.lErrorCode() == EBUSY
-              ? 0
-              : 2);
-  }
-  int status = 0;
-  waitpid(pid, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    if (other.Connect() == 0) return 1;
+    return other.strErrorMessage() == "Failed opening COM Port " + port &&
+                   other.lErrorCode() == EBUSY
+               ? 0
+               : 2;
+  });
 }
 
 TEST_F(SerialLineTest, PortIsExclusiveAcrossProcessesUntilReleased) {

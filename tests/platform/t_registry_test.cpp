@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
 
 #include "platform/registry_store.h"
+#include "support/processes.h"
 #include "support/test_registry.h"
 
 namespace ccaddin {
@@ -101,16 +101,15 @@ TEST(TRegistry, ASnapshotReadsOneStateUntilItEnds) {
   int started[2];
   ASSERT_EQ(pipe(go), 0);
   ASSERT_EQ(pipe(started), 0);
-  const pid_t child = fork();
-  ASSERT_NE(child, -1);
-  if (child == 0) {
+  const pid_t child = testing::StartChild([&] {
     char byte = 0;
-    if (read(go[0], &byte, 1) != 1) _exit(2);
-    if (write(started[1], &byte, 1) != 1) _exit(2);
+    if (read(go[0], &byte, 1) != 1) return 2;
+    if (write(started[1], &byte, 1) != 1) return 2;
     TRegistry writer;
     writer.SaveRegistryValue(kKey, "Mode", "1");  // waits for the snapshot to end
-    _exit(writer.strErrorMessage().empty() ? 0 : 1);
-  }
+    return writer.strErrorMessage().empty() ? 0 : 1;
+  });
+  ASSERT_NE(child, -1);
   TRegistry registry;
   registry.BeginSnapshot();
   std::string value;
@@ -121,9 +120,7 @@ TEST(TRegistry, ASnapshotReadsOneStateUntilItEnds) {
   EXPECT_EQ(registry.GetRegistryValue(kKey, "Mode", value), 0);
   EXPECT_EQ(value, "0");
   registry.EndSnapshot();
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_EQ(testing::WaitChild(child), 0);
   EXPECT_EQ(registry.GetRegistryValue(kKey, "Mode", value), 0);
   EXPECT_EQ(value, "1");
   for (const int fd : {go[0], go[1], started[0], started[1]}) close(fd);
@@ -209,16 +206,10 @@ TEST(TRegistry, TwoProcessesWritingAtOnceLoseNothing) {
   };
   std::vector<pid_t> children;
   for (const char id : {'a', 'b'}) {
-    const pid_t pid = fork();
-    ASSERT_NE(pid, -1);
-    if (pid == 0) _exit(writer(id) == 0 ? 0 : 1);
-    children.push_back(pid);
+    children.push_back(testing::StartChild([&] { return writer(id) == 0 ? 0 : 1; }));
   }
   for (const pid_t pid : children) {
-    int status = 0;
-    ASSERT_EQ(waitpid(pid, &status, 0), pid);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0) << "a writer saw a failure or a wrong value";
+    EXPECT_EQ(testing::WaitChild(pid), 0) << "a writer saw a failure or a wrong value";
   }
   TRegistry registry;
   std::string value;

@@ -5,7 +5,6 @@
 // checked). After every run no file the simulator wrote may hold a card number.
 #include "qlclient/sim/simulator.h"
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -22,6 +21,7 @@
 #include "support/case_files.h"
 #include "support/golden_text.h"
 #include "support/leak_scan.h"
+#include "support/processes.h"
 #include "support/temp_dir.h"
 
 namespace ccaddin::sim {
@@ -302,16 +302,12 @@ class Till {
       got["out"] = out.str();
     } else if (op == "child") {
       // Another till process sharing the server's store.
-      const pid_t pid = fork();
-      if (pid == 0) {
+      got["answer"] = testing::RunInChild([&] {
         std::vector<std::string> child_failures;
         for (const json& step : s.at("steps")) Run(step, child_failures);
         for (const auto& failure : child_failures) std::cerr << failure << "\n";
-        _exit(child_failures.empty() ? 0 : 1);
-      }
-      int status = 0;
-      waitpid(pid, &status, 0);
-      got["answer"] = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return child_failures.empty() ? 0 : 1;
+      });
     } else {
       throw std::runtime_error("unknown step " + op);
     }

@@ -11,9 +11,11 @@
 #include "platform/virtual_env.h"
 #include "receipts/pos_printer.h"
 #include "recording_pos_printer.h"
+#include "support/case_files.h"
 #include "support/golden_text.h"
 #include "support/ql_sim_session.h"
 #include "support/temp_dir.h"
+#include "support_command.h"
 
 namespace ccaddin {
 namespace {
@@ -28,13 +30,7 @@ constexpr const char* kDataFile = "TMP_20260115_173042.txt";
 constexpr const char* kFuelFile = "TMP_FUEL_20260115_173042.txt";
 
 TTillInformation Till() {
-  TTillInformation till;
-  till.strMerchantName = "HILLTOP SERVICE STATION";
-  till.strAddressLine1 = "12 Market Street";
-  till.strAddressLine3 = "Kendal LA9 4QT";
-  till.strSitePhoneNumber = "01539 720000";
-  till.strTillNumber = "3";
-  return till;
+  return ReadTillInformation(testing::ReadCase("reports", "till").dump());
 }
 
 class GenerateReportTest : public ::testing::Test {
@@ -62,13 +58,8 @@ TEST_F(GenerateReportTest, HeadingOnlyGivesNoTransactionsReport) {
 }
 
 TEST_F(GenerateReportTest, GroupsInOrderOfFirstAppearanceWithCashbackOnlyWhereTaken) {
-  Data(kDataFile,
-       "1,20260115,A,4200,0,Visa\r\n"
-       "2,20260115,B,2500,2000,Mastercard\r\n"
-       "3,20260115,A,1999,0,Visa\r\n"
-       "4,20260115,F,1500,0,Visa\r\n"
-       "5,20260115,A,105,0,Mastercard\r\n"
-       "6,20260115,F,7500,0,Amex\r\n");
+  std::filesystem::copy_file(testing::TestDataPath("reports/z_report_groups_data.txt"),
+                             dir_.file(kDataFile));
   ASSERT_EQ(Write(), 0) << report_.strErrorMessage();
   EXPECT_TRUE(MatchesGolden(report_.strReport(), "reports/z_report_groups.txt"));
 }

@@ -13,6 +13,7 @@
 #include "recording_pos_printer.h"
 #include "support/fake_escpos_printer.h"
 #include "support/host_model.h"
+#include "support/receipt_case.h"
 #include "support/socat_line.h"
 #include "support/temp_dir.h"
 
@@ -34,22 +35,6 @@ std::string AsDeviceLines(std::string text) {
   return text;
 }
 
-QlTransaction Sale() {
-  QlTransaction t;
-  t.lEntryMethodCode = 1;
-  t.strPan = kPan;
-  t.lTransactionTypeCode = 1;
-  t.strAmount = "1250";
-  t.lStatus = 1;
-  t.strAuthCode = "654321";
-  t.lTransRefNo = 88;
-  t.strTerminalId = "22160001";
-  t.strMerchantNo = "21234567";
-  t.strSchemeName = "VISA";
-  t.strCurrencyText = "\xA3";
-  return t;
-}
-
 class ReceiptOutputTest : public ::testing::Test {
  protected:
   ReceiptOutputTest() : scoped_env_(&env_) {
@@ -69,8 +54,9 @@ class ReceiptOutputTest : public ::testing::Test {
     TReceipt receipt;
     receipt.dtDate = MakeDateTime(2026, 1, 15);
     receipt.strTime = "0915";
-    EXPECT_EQ(
-        receipt.WriteReceiptFile(Sale(), TTillInformation{}, dir_.file("rcpt"), merchant, false), 0)
+    EXPECT_EQ(receipt.WriteReceiptFile(testing::ReadReceiptCase("swiped_sale").trans,
+                                       TTillInformation{}, dir_.file("rcpt"), merchant, false),
+              0)
         << receipt.strErrorMessage();
     composed_ = receipt.strReceipt();
     return dir_.file("rcpt/" + receipt.strLongReceiptFileName());

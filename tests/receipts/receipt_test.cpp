@@ -10,7 +10,9 @@
 
 #include "payment/credit_card_common.h"
 #include "platform/virtual_env.h"
+#include "support/case_files.h"
 #include "support/golden_text.h"
+#include "support/receipt_case.h"
 #include "support/temp_dir.h"
 
 namespace ccaddin {
@@ -65,98 +67,19 @@ TEST(ReceiptLines, AmountsByExponentAndSeparatorAndFileNamesCutToTheirColumns) {
 
 // ---------------------------------------------------------------- whole receipts
 
-// A chip and PIN sale of 24.50, confirmed online, as the payment server returns it.
-QlTransaction ChipPinSale() {
-  QlTransaction t;
-  t.lEntryMethodCode = 2;
-  t.lCustomerPresence = 1;
-  t.strPan = "4761739001010119";
-  t.strExpiryDate = "2712";
-  t.strStartDate = "2201";
-  t.lTransactionTypeCode = 1;
-  t.strAmount = "2450";
-  t.strCashbackAmount = "0";
-  t.strGratuityAmount = "0";
-  t.lStatus = 1;
-  t.strAuthCode = "123456";
-  t.strResponseText = "Authorised";
-  t.lTransRefNo = 4711;
-  t.lAuthSource = 2;
-  t.lCvmCode = 1;
-  t.strTerminalId = "22160001";
-  t.strMerchantNo = "21234567";
-  t.strSchemeName = "VISA";
-  t.strAid = "A0000000031010";
-  t.strAppLabel = "VISA CREDIT";
-  t.strCryptogram = "8A1F03C2D4E5B697";
-  t.strPanSeqNo = "01";
-  t.strCurrencyText = "\xA3";
-  t.bMerchPrintExpiry = true;
-  t.bCustPrintExpiry = true;
-  t.bMerchPrintStartDate = true;
-  t.bMerchPrintAuthSource = true;
-  return t;
-}
-
-QlTransaction ContactlessNoVerification() {
-  QlTransaction t = ChipPinSale();
-  t.lEntryMethodCode = 3;
-  t.strPan = "5413330089020011";
-  t.strSchemeName = "Mastercard";
-  t.strAid = "A0000000041010";
-  t.strAppLabel = "MASTERCARD";
-  t.strAppPreferredName = "Debit Mastercard";
-  t.strAmount = "1250";
-  t.lStatus = 0;
-  t.lCvmCode = 0;
-  t.lAuthSource = 1;
-  t.strAuthCode = "";
-  t.strResponseText = "Approved offline";
-  t.strAvailableSpend = "15075";
-  t.strCryptogram = "";
-  return t;
-}
-
-QlTransaction SwipedSignatureRefund() {
-  QlTransaction t;
-  t.lEntryMethodCode = 1;
-  t.lCustomerPresence = 1;
-  t.strPan = "6759649826438453";
-  t.strExpiryDate = " 2811";
-  t.strStartDate = " 2303";
-  t.strIssueNumber = " 2";
-  t.lTransactionTypeCode = 6;
-  t.strAmount = "1999";
-  t.lStatus = 1;
-  t.strAuthCode = "R00412";
-  t.strResponseText = "AUTHORISED";
-  t.lTransRefNo = 4712;
-  t.lAuthSource = 2;
-  t.lCvmCode = 3;
-  t.strTerminalId = "22160001";
-  t.strMerchantNo = "21234567";
-  t.strSchemeName = "Maestro";
-  t.strCurrencyText = "\xA3";
-  t.bMerchPrintExpiry = true;
-  t.bMerchPrintStartDate = true;
-  t.bMerchPrintIssueNo = true;
-  t.bCustPrintIssueNo = true;
-  return t;
-}
-
 class ReceiptTest : public ::testing::Test {
  protected:
   ReceiptTest() : scoped_env_(&env_) {
     CreditCardCommon& config = Shared();
     config.bPrintMerchantHeader = true;
     config.bPrintCustomerHeader = false;
-    till_.strMerchantName = "HARBOUR ROAD STORES";
-    till_.strAddressLine1 = "12 Harbour Road";
-    till_.strAddressLine3 = "Portwick, Kent PW1 4RD";
-    till_.strSitePhoneNumber = "01632 960123";
-    till_.strStoreNumber = "12";
-    till_.strTillNumber = "3";
-    till_.strReceiptNumber = "000981";
+  }
+
+  // The case's transaction; its till becomes the receipts' till.
+  QlTransaction FromCase(const std::string& name) {
+    ReceiptRequest request = testing::ReadReceiptCase(name);
+    till_ = request.till;
+    return request.trans;
   }
 
   // One copy composed in memory, with the receipt date 15/01/26 10:30.
@@ -176,42 +99,40 @@ class ReceiptTest : public ::testing::Test {
   TTillInformation till_;
 };
 
-TEST_F(ReceiptTest, ChipAndPinSaleBothCopiesEveryLineEndingInCrLf) {
-  const QlTransaction t = ChipPinSale();
-  const std::string merchant = Compose(t, true);
-  EXPECT_TRUE(MatchesGolden(merchant, "receipts/chip_pin_sale_merchant.txt"));
-  EXPECT_TRUE(MatchesGolden(Compose(t, false), "receipts/chip_pin_sale_customer.txt"));
-  // The golden comparison ignores line ends; the till's printers do not.
-  const size_t lines = SplitLines(merchant).size();
-  EXPECT_EQ(static_cast<size_t>(std::count(merchant.begin(), merchant.end(), '\r')), lines);
-  EXPECT_EQ(static_cast<size_t>(std::count(merchant.begin(), merchant.end(), '\n')), lines);
-  EXPECT_EQ(merchant.substr(merchant.size() - 2), "\r\n");
+// Each case file under tests/data/receipts against the golden text of each copy beside it
+// (<case>_merchant.txt, <case>_customer.txt).
+class ReceiptCaseTest : public ReceiptTest, public ::testing::WithParamInterface<std::string> {};
+
+TEST_P(ReceiptCaseTest, CopiesMatchTheirGoldenTextsLineForLineInCrLf) {
+  const QlTransaction t = FromCase(GetParam());
+  int compared = 0;
+  for (const bool merchant : {true, false}) {
+    const std::string golden =
+        "receipts/" + GetParam() + (merchant ? "_merchant" : "_customer") + ".txt";
+    if (!std::filesystem::exists(testing::TestDataPath(golden))) continue;
+    ++compared;
+    const std::string text = Compose(t, merchant);
+    EXPECT_TRUE(MatchesGolden(text, golden));
+    // The golden comparison ignores line ends; the till's printers do not.
+    const size_t lines = SplitLines(text).size();
+    EXPECT_EQ(static_cast<size_t>(std::count(text.begin(), text.end(), '\r')), lines);
+    EXPECT_EQ(static_cast<size_t>(std::count(text.begin(), text.end(), '\n')), lines);
+    EXPECT_TRUE(text.ends_with("\r\n"));
+  }
+  EXPECT_GT(compared, 0) << "no golden text beside the case";
 }
 
-TEST_F(ReceiptTest, ContactlessWithoutVerificationShowsAvailableSpendOnTheCustomerCopyOnly) {
-  const QlTransaction t = ContactlessNoVerification();
-  const std::string customer = Compose(t, false);
-  EXPECT_TRUE(MatchesGolden(customer, "receipts/contactless_no_cvm_customer.txt"));
+INSTANTIATE_TEST_SUITE_P(Cases, ReceiptCaseTest,
+                         ::testing::ValuesIn(testing::CaseNames("receipts")));
+
+TEST_F(ReceiptTest, AvailableSpendOnTheCustomerCopyOnlyAndALabelRepeatingTheSchemeOnce) {
+  QlTransaction t = FromCase("contactless_no_cvm");
   const std::string merchant = Compose(t, true);
   EXPECT_EQ(merchant.find("AVAILABLE SPEND"), std::string::npos);
   EXPECT_NE(merchant.find("MASTERCARD CONTACTLESS\r\nDebit Mastercard\r\n"), std::string::npos);
   // A label that only repeats the scheme in other letters is not printed again.
-  QlTransaction same = t;
-  same.strAppPreferredName = "MASTERCARD";
-  EXPECT_NE(Compose(same, true).find("MASTERCARD CONTACTLESS\r\nAPP ID: "), std::string::npos);
-}
-
-TEST_F(ReceiptTest, SwipedRefundSignatureGoesOnTheCustomerCopyByDefault) {
-  const QlTransaction t = SwipedSignatureRefund();
-  EXPECT_TRUE(MatchesGolden(Compose(t, true), "receipts/swiped_refund_merchant.txt"));
-  EXPECT_TRUE(MatchesGolden(Compose(t, false), "receipts/swiped_refund_customer.txt"));
-}
-
-TEST_F(ReceiptTest, RefundSignatureOnTheMerchantCopyWhenConfigured) {
-  Shared().bRefundSigOnMerchCopy = true;
-  const QlTransaction t = SwipedSignatureRefund();
-  EXPECT_TRUE(MatchesGolden(Compose(t, true), "receipts/swiped_refund_sig_on_merch_merchant.txt"));
-  EXPECT_EQ(Compose(t, false).find("Signature)"), std::string::npos);
+  t.strAppPreferredName = "MASTERCARD";
+  EXPECT_NE(Compose(t, true).find("MASTERCARD CONTACTLESS\r\nAPP ID: "), std::string::npos);
 }
 
 TEST_F(ReceiptTest, SignatureLinesByCopyPresenceAndType) {
@@ -240,7 +161,7 @@ TEST_F(ReceiptTest, SignatureLinesByCopyPresenceAndType) {
   };
   for (const Case& c : cases) {
     Shared().bRefundSigOnMerchCopy = c.refund_sig_on_merch;
-    QlTransaction t = ChipPinSale();
+    QlTransaction t = FromCase("chip_pin_sale");
     t.lTransactionTypeCode = c.type;
     t.lCvmCode = c.cvm;
     t.lCustomerPresence = c.presence;
@@ -262,18 +183,8 @@ TEST_F(ReceiptTest, SignatureLinesByCopyPresenceAndType) {
   }
 }
 
-TEST_F(ReceiptTest, DeclinedChipPrintsAacAndNoSignature) {
-  QlTransaction t = ChipPinSale();
-  t.lStatus = 3;
-  t.lCvmCode = 3;
-  t.strAuthCode = "";
-  t.strResponseText = "Declined";
-  t.lAuthSource = 2;
-  EXPECT_TRUE(MatchesGolden(Compose(t, true), "receipts/declined_chip_merchant.txt"));
-}
-
 TEST_F(ReceiptTest, ReferredTransactionStatusBlock) {
-  QlTransaction t = ChipPinSale();
+  QlTransaction t = FromCase("chip_pin_sale");
   t.lStatus = 2;
   t.bMerchPrintAuthSource = false;
   const std::vector<std::string> lines = SplitLines(Compose(t, true));
@@ -290,14 +201,6 @@ TEST_F(ReceiptTest, ReferredTransactionStatusBlock) {
   EXPECT_EQ(unknown.find("TRANSACTION "), std::string::npos);
 }
 
-TEST_F(ReceiptTest, CancelledSaleWithCash) {
-  QlTransaction t = ChipPinSale();
-  t.lTransactionTypeCode = 2;
-  t.strCashbackAmount = "2000";
-  t.bCancelled = true;
-  EXPECT_TRUE(MatchesGolden(Compose(t, false), "receipts/cancelled_sale_with_cash_customer.txt"));
-}
-
 TEST_F(ReceiptTest, TypeLinesForEveryTransactionType) {
   const std::vector<std::vector<std::string>> expected = {
       {"SALE", "SALE (CANCELLED)"},
@@ -312,7 +215,7 @@ TEST_F(ReceiptTest, TypeLinesForEveryTransactionType) {
   };
   for (int type = 1; type <= 9; ++type) {
     for (int cancelled = 0; cancelled <= 1; ++cancelled) {
-      QlTransaction t = ChipPinSale();
+      QlTransaction t = FromCase("chip_pin_sale");
       t.lTransactionTypeCode = type;
       t.bCancelled = cancelled == 1;
       std::string want = expected[static_cast<size_t>(type - 1)][static_cast<size_t>(cancelled)];
@@ -331,74 +234,10 @@ TEST_F(ReceiptTest, TypeLinesForEveryTransactionType) {
   }
 }
 
-TEST_F(ReceiptTest, GratuityKeyedCustomerNotPresentWithReference) {
-  QlTransaction t;
-  t.lEntryMethodCode = 0;
-  t.lCustomerPresence = 2;
-  t.strPan = "4929123412341234";
-  t.strExpiryDate = "2605";
-  t.lTransactionTypeCode = 1;
-  t.strAmount = "4200";
-  t.strGratuityAmount = "500";
-  t.lStatus = 1;
-  t.strAuthCode = "";
-  t.strResponseText = "Authorised - balance 12.00";
-  t.lTransRefNo = 4713;
-  t.lAuthSource = 2;
-  t.lCvmCode = 0;
-  t.strTerminalId = "22160001";
-  t.strMerchantNo = "21234567";
-  t.strSchemeName = "Visa Debit";
-  t.strCurrencyText = "\xA3";
-  t.strReferenceText = "TABLE 12";
-  t.bMerchPrintCvm = false;
-  t.bMerchPrintExpiry = false;
-  EXPECT_TRUE(MatchesGolden(Compose(t, true), "receipts/gratuity_keyed_merchant.txt"));
-}
-
-TEST_F(ReceiptTest, ConvertedCurrency) {
-  QlTransaction t = ChipPinSale();
-  t.lConversionState = 2;
-  t.strBaseCurrencyText = "\xA3";
-  t.strBaseAmount = "2450";
-  t.strAmount = "2861";
-  t.strCurrencyText = "EUR";
-  t.strExchangeRate = "1.1677";
-  t.lTransCurrencyExponent = 2;
-  t.strConversionStatement =
-      "I accept that I have been offered a choice of currencies and that my choice is final. "
-      "Exchange rate margin 3.00% over the reference rate.";
-  EXPECT_TRUE(MatchesGolden(Compose(t, false), "receipts/converted_currency_customer.txt"));
-}
-
-TEST_F(ReceiptTest, FuelCardWithBunkerLines) {
-  auto products = std::make_unique<TProductInfo>();
-  products->AddProductInfo("001", "4500", "3214", 0);
-  products->AddProductInfo("512", "500", "", 1);
-  ASSERT_EQ(products->AreTillProductsAllowed("001,DIESEL,512,CAR WASH", false), 0);
-  products->bBunkerCard = true;
-  products->strCurrencyCode = "GBP";
-  ASSERT_TRUE(products->BuildReceiptLines());
-  CreditCardCommon& shared = Shared();
-  shared.oProductInfo = std::move(products);
-  shared.bMileagePrompted = true;
-  shared.bRegPrompted = true;
-  shared.bSuppIdPrompted = true;
-
-  QlTransaction t = ChipPinSale();
-  t.lCardType = 1;
-  t.strSchemeName = "FLEETCARD";
-  t.strAppLabel = "";
-  t.strAmount = "5000";
-  t.lMileage = 48213;
-  t.strRegNo = "KX19 ABC";
-  t.strSupplierId = "SUP77";
-  EXPECT_TRUE(MatchesGolden(Compose(t, true), "receipts/fuel_bunker_merchant.txt"));
-  EXPECT_TRUE(MatchesGolden(Compose(t, false), "receipts/fuel_bunker_customer.txt"));
-
-  // Details not asked for are not printed.
-  shared.bMileagePrompted = false;
-  shared.bSuppIdPrompted = false;
+TEST_F(ReceiptTest, FuelDetailsNotAskedForAreNotPrinted) {
+  const QlTransaction t = FromCase("fuel_bunker");
+  Shared().bMileagePrompted = false;
+  Shared().bSuppIdPrompted = false;
   const std::string text = Compose(t, true);
   EXPECT_NE(text.find("\r\n" + TReceipt::JoinLeftRight("", "REG: KX19 ABC") + "\r\n"),
             std::string::npos);
@@ -406,48 +245,17 @@ TEST_F(ReceiptTest, FuelCardWithBunkerLines) {
   EXPECT_EQ(text.find("MILEAGE"), std::string::npos);
 }
 
-TEST_F(ReceiptTest, ChipDataDumpPrintsTheSelectedValuesApplicationIdFirst) {
-  QlTransaction t = ChipPinSale();
-  for (int i = 0; i < QL_EMV_COUNT; ++i) {
-    t.strEmvValues[static_cast<size_t>(i)] = "V" + std::to_string(i);
+TEST_F(ReceiptTest, ContactlessAndSwipedCardsNeverDumpChipData) {
+  const QlTransaction chip = FromCase("chip_dump_every_value");
+  for (const char* name : {"contactless_no_cvm", "swiped_refund"}) {
+    QlTransaction t = FromCase(name);
+    t.strEmvValues = chip.strEmvValues;
+    EXPECT_EQ(Compose(t, true).find("Tvr:"), std::string::npos) << name;
   }
-  Shared().lDumpEmvBitmap = (1 << QL_EMV_APPID) | (1 << QL_EMV_APPLABEL) | (1 << QL_EMV_TVR) |
-                            (1 << QL_EMV_IACDEFAULT) | (1 << QL_EMV_PANSEQNO);
-  EXPECT_TRUE(MatchesGolden(Compose(t, true), "receipts/chip_dump_merchant.txt"));
-
-  // Every bit, in its order.
-  Shared().lDumpEmvBitmap = (1 << QL_EMV_COUNT) - 1;
-  const std::vector<std::string> lines = SplitLines(Compose(t, true));
-  const std::vector<std::string> labels = {"APPID:",         "AppLabel:",
-                                           "PrefAppLabel:",  "TransCryptoGram:",
-                                           "Tvr:",           "ResponseCode:",
-                                           "CryptoAmt:",     "CryptoType:",
-                                           "TermTransDate:", "UnpredictableNo:",
-                                           "Iad:",           "Auc:",
-                                           "Cid:",           "Cvnr:",
-                                           "AppVersion:",    "Tsi:",
-                                           "TermType:",      "TermCaps:",
-                                           "IacDenial:",     "IacOnline:",
-                                           "IacDefault:",    "DfName:",
-                                           "PanSeqNo:"};
-  size_t at = 0;
-  while (at < lines.size() && lines[at].rfind("TC: ", 0) != 0) ++at;
-  ASSERT_LT(at + 2 + labels.size(), lines.size());
-  EXPECT_EQ(lines[at + 1], "");
-  for (size_t i = 0; i < labels.size(); ++i) {
-    const int bit = i == 0 ? QL_EMV_APPID : static_cast<int>(i) - 1;
-    EXPECT_EQ(lines[at + 2 + i], TReceipt::JoinLeftRight(labels[i], "V" + std::to_string(bit)));
-  }
-  EXPECT_EQ(lines[at + 2 + labels.size()], "**** **** **** 0119");
-
-  // Contactless and swiped cards never dump chip data.
-  QlTransaction tapped = ContactlessNoVerification();
-  tapped.strEmvValues = t.strEmvValues;
-  EXPECT_EQ(Compose(tapped, true).find("Tvr:"), std::string::npos);
 }
 
 TEST_F(ReceiptTest, ShortCardNumbersAndMerchantIdsAreAllStars) {
-  QlTransaction t = SwipedSignatureRefund();
+  QlTransaction t = FromCase("swiped_refund");
   t.strPan = "1234";
   t.strMerchantNo = "12345";
   t.strTerminalId = "99";
@@ -461,7 +269,7 @@ TEST_F(ReceiptTest, ShortCardNumbersAndMerchantIdsAreAllStars) {
 
 TEST_F(ReceiptTest, DuplicateReusesTheNameAndMarksTheTrailer) {
   TempDir dir;
-  const QlTransaction t = ChipPinSale();
+  const QlTransaction t = FromCase("chip_pin_sale");
   TReceipt original;
   original.dtDate = MakeDateTime(2026, 1, 15);
   original.strTime = "1030";
@@ -485,13 +293,14 @@ TEST_F(ReceiptTest, DuplicateReusesTheNameAndMarksTheTrailer) {
 
 TEST_F(ReceiptTest, FileNamesWithoutStoreOrTillAndTheMissingFolderIsCreated) {
   TempDir dir;
+  const QlTransaction t = FromCase("chip_pin_sale");
   till_.strStoreNumber = "";
   till_.strTillNumber = "";
   TReceipt receipt;
   receipt.dtDate = MakeDateTime(2026, 1, 15);
   receipt.strTime = "1030";
   const std::string folder = dir.file("receipts/2026");
-  ASSERT_EQ(receipt.WriteReceiptFile(ChipPinSale(), till_, folder, true, false), 0)
+  ASSERT_EQ(receipt.WriteReceiptFile(t, till_, folder, true, false), 0)
       << receipt.strErrorMessage();
   EXPECT_EQ(receipt.strLongReceiptFileName(), "M_UNKNOWN_UNKNOWN_0000004711_20260115_103012.rcpt");
   EXPECT_EQ(SplitLines(dir.Read("receipts/2026/" + receipt.strLongReceiptFileName())),
@@ -504,7 +313,9 @@ TEST_F(ReceiptTest, FileNamesWithoutStoreOrTillAndTheMissingFolderIsCreated) {
 TEST_F(ReceiptTest, MemoryOnlyWritesNoFile) {
   TempDir dir;
   TReceipt receipt;
-  ASSERT_EQ(receipt.WriteReceiptFile(ChipPinSale(), till_, dir.folder(), true, false, "", true), 0);
+  ASSERT_EQ(receipt.WriteReceiptFile(FromCase("chip_pin_sale"), till_, dir.folder(), true, false,
+                                     "", true),
+            0);
   EXPECT_FALSE(receipt.strReceipt().empty());
   EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
 }
@@ -513,12 +324,14 @@ TEST_F(ReceiptTest, AFileThatCannotBeOpenedComposesNothing) {
   TempDir dir;
   dir.Write("blocker", "a file where the folder should be");
   TReceipt receipt;
-  EXPECT_EQ(receipt.WriteReceiptFile(ChipPinSale(), till_, dir.file("blocker"), true, false), 1);
+  EXPECT_EQ(
+      receipt.WriteReceiptFile(FromCase("chip_pin_sale"), till_, dir.file("blocker"), true, false),
+      1);
   EXPECT_EQ(receipt.strErrorMessage(), "Failed opening receipt file");
   EXPECT_EQ(receipt.strReceipt(), "");
   // No folder at all is refused the same way rather than writing to the working folder.
   TReceipt nowhere;
-  EXPECT_EQ(nowhere.WriteReceiptFile(ChipPinSale(), till_, "", true, false), 1);
+  EXPECT_EQ(nowhere.WriteReceiptFile(FromCase("chip_pin_sale"), till_, "", true, false), 1);
   EXPECT_EQ(nowhere.strErrorMessage(), "Failed opening receipt file");
 }
 
@@ -528,7 +341,8 @@ TEST_F(ReceiptTest, AFullDiskStopsTheReceiptWithTheWriteFailure) {
   // The receipt file leads to a device that refuses every write, as a full disk does.
   std::filesystem::create_symlink("/dev/full", dir.file("M_full.rcpt"));
   TReceipt receipt;
-  EXPECT_EQ(receipt.WriteReceiptFile(ChipPinSale(), till_, dir.folder(), true, false, "full.rcpt"),
+  EXPECT_EQ(receipt.WriteReceiptFile(FromCase("chip_pin_sale"), till_, dir.folder(), true, false,
+                                     "full.rcpt"),
             1);
   EXPECT_EQ(receipt.strErrorMessage(),
             "TReceipt.WrtieReceiptFile() Failed - WriteData() Failed - No space left on device");
@@ -536,7 +350,7 @@ TEST_F(ReceiptTest, AFullDiskStopsTheReceiptWithTheWriteFailure) {
 }
 
 TEST_F(ReceiptTest, ABadAmountSpoilsItsSectionWithTheSectionsText) {
-  QlTransaction t = ChipPinSale();
+  QlTransaction t = FromCase("chip_pin_sale");
   t.strAmount = "24.50";
   TReceipt receipt;
   EXPECT_EQ(receipt.WriteReceiptFile(t, till_, "", true, false, "", true), 1);
@@ -556,7 +370,7 @@ TEST_F(ReceiptTest, ABadAmountSpoilsItsSectionWithTheSectionsText) {
   EXPECT_EQ(filed.strErrorMessage(),
             "Failed opening receipt file [" + dir.file(filed.strLongReceiptFileName()) + "]");
 
-  t = ChipPinSale();
+  t = FromCase("chip_pin_sale");
   t.strAmount = "2147483000";
   t.strCashbackAmount = "1000";
   t.lTransactionTypeCode = 2;
@@ -565,7 +379,7 @@ TEST_F(ReceiptTest, ABadAmountSpoilsItsSectionWithTheSectionsText) {
   EXPECT_EQ(overflow.strErrorMessage(),
             "TReceiptPrinter.PrintTransAmountDetails() Failed - Overflow");
 
-  t = ContactlessNoVerification();
+  t = FromCase("contactless_no_cvm");
   t.strAvailableSpend = "lots";
   TReceipt spend;
   EXPECT_EQ(spend.WriteReceiptFile(t, till_, "", false, false, "", true), 1);

@@ -117,55 +117,10 @@ DispatchResult HostObject::DoInvoke(std::string_view member, CallKind kind,
   return DispatchResult::Ok();
 }
 
-HostCollection::HostCollection(std::string name, std::shared_ptr<HostLog> log)
-    : HostObject(std::move(name), std::move(log)) {
-  SetReadOnly("Count", int32_t{0});
-  const auto item = [this](DispatchArgs& args) {
-    const int32_t i = args.Int32(0);
-    if (i < 1 || i > static_cast<int32_t>(items_.size())) {
-      throw DispatchError(DispatchStatus::kFailed, kSubscriptOutOfRangeText);
-    }
-    return items_[static_cast<size_t>(i - 1)];
-  };
-  AddMethod("Item", 1, item);
-  AddMethod("", 1, item);
-}
-
-std::shared_ptr<HostCollection> HostCollection::Create(std::string name,
-                                                       std::shared_ptr<HostLog> log) {
-  return std::make_shared<HostCollection>(std::move(name), std::move(log));
-}
-
-HostCollection& HostCollection::Add(Variant item) {
-  items_.push_back(std::move(item));
-  SetReadOnly("Count", static_cast<int32_t>(items_.size()));
-  return *this;
-}
-
 RmsSession MakeRmsSession(const RmsSessionSetup& setup) {
   RmsSession rms;
   rms.log = std::make_shared<HostLog>();
   const auto make = [&](std::string name) { return HostObject::Create(std::move(name), rms.log); };
-
-  rms.tender_list = HostCollection::Create("Tenders", rms.log);
-  for (size_t i = 0; i < setup.tenders.size(); ++i) {
-    const RmsTenderSetup& t = setup.tenders[i];
-    const std::string name = "Tenders(" + std::to_string(i + 1) + ")";
-    auto descriptor = make(name + ".Descriptor");
-    descriptor->Set("Description", t.description);
-    auto tender = make(name);
-    tender->Set("AmountIn", Currency::FromDouble(t.amount_in).value())
-        .Set("AmountOut", Currency::FromDouble(t.amount_out).value())
-        .SetReadOnly("Descriptor", descriptor);
-    rms.tender_list->Add(tender);
-    rms.tenders.push_back(tender);
-    rms.descriptors.push_back(descriptor);
-  }
-
-  rms.transaction = make("Transaction");
-  rms.transaction->Set("TransactionType", setup.transaction_type)
-      .AddMethod("CalculateTotals", 0)
-      .SetReadOnly("Tenders", rms.tender_list);
 
   rms.configuration = make("Configuration");
   rms.configuration->Set("StoreName", setup.store_name)
@@ -201,8 +156,7 @@ RmsSession MakeRmsSession(const RmsSessionSetup& setup) {
       .SetReadOnly("ActivePrinter", rms.printer);
 
   rms.session = make("Session");
-  rms.session->SetReadOnly("Transaction", rms.transaction)
-      .SetReadOnly("Configuration", rms.configuration)
+  rms.session->SetReadOnly("Configuration", rms.configuration)
       .SetReadOnly("Register", rms.register_);
   return rms;
 }

@@ -79,36 +79,12 @@ class HostObject : public Dispatch {
   std::map<std::string, Member> members_;  // by lower-case name
 };
 
-// A host collection as the till's collections look: "Count", and "Item"(i) with i from
-// 1 to Count, which is also the default member (the empty name). An index outside
-// fails with "Subscript out of range".
-class HostCollection : public HostObject {
- public:
-  explicit HostCollection(std::string name, std::shared_ptr<HostLog> log = nullptr);
-  [[nodiscard]] static std::shared_ptr<HostCollection> Create(
-      std::string name, std::shared_ptr<HostLog> log = nullptr);
-  HostCollection& Add(Variant item);
-
- private:
-  std::vector<Variant> items_;
-};
-
-// The retail management host's session as the till hooks read it:
-//   Transaction.TransactionType (Long), .CalculateTotals(), .Tenders(i).AmountIn /
-//   .AmountOut (Currency), .Descriptor.Description; Configuration.StoreName,
+// The retail management host's session as the component reads it: Configuration.StoreName,
 //   StoreAddress1, StoreAddress2, StoreCity, StoreState, StoreZip, StorePhone;
 //   Register.Number (Long), .SetActivePrinterNumber(n), .ActivePrinter with Name,
 //   Release() and its printer control co (Open, Claimed, ClaimDevice, DeviceEnabled,
 //   PrintNormal, CutPaper, ReleaseDevice, Close).
-struct RmsTenderSetup {
-  std::string description;
-  double amount_in = 0;  // major units, as the host holds them
-  double amount_out = 0;
-};
-
 struct RmsSessionSetup {
-  int32_t transaction_type = 1;
-  std::vector<RmsTenderSetup> tenders;
   std::string store_name = "Harbour Road Stores";
   std::string store_address1 = "12 Harbour Road";
   std::string store_address2;
@@ -123,10 +99,6 @@ struct RmsSessionSetup {
 struct RmsSession {
   std::shared_ptr<HostLog> log;
   std::shared_ptr<HostObject> session;
-  std::shared_ptr<HostObject> transaction;
-  std::shared_ptr<HostCollection> tender_list;
-  std::vector<std::shared_ptr<HostObject>> tenders;      // in collection order
-  std::vector<std::shared_ptr<HostObject>> descriptors;  // one per tender
   std::shared_ptr<HostObject> configuration;
   std::shared_ptr<HostObject> register_;
   std::shared_ptr<HostObject> printer;

@@ -55,6 +55,14 @@ std::vector<std::string> StoreValues(const std::string& path) {
   return values;
 }
 
+// "YYYYMMDDHHMMSS", as the component records its dates; no card number reads like one.
+bool IsTimeStamp(const std::string& digits) {
+  const auto at = [&](size_t pos) { return std::stoi(digits.substr(pos, 2)); };
+  return digits.size() == 14 && (digits.starts_with("19") || digits.starts_with("20")) &&
+         at(4) >= 1 && at(4) <= 12 && at(6) >= 1 && at(6) <= 31 && at(8) <= 23 && at(10) <= 59 &&
+         at(12) <= 59;
+}
+
 }  // namespace
 
 std::vector<std::string> CardNumbersIn(const std::string& bytes) {
@@ -68,7 +76,8 @@ std::vector<std::string> CardNumbersIn(const std::string& bytes) {
     size_t end = i;
     while (end < bytes.size() && std::isdigit(static_cast<unsigned char>(bytes[end]))) ++end;
     const std::string run = bytes.substr(i, end - i);
-    if (run.size() >= 13 && run.size() <= 19 && LuhnValid(run)) found.push_back(run);
+    if (run.size() >= 13 && run.size() <= 19 && LuhnValid(run) && !IsTimeStamp(run))
+      found.push_back(run);
     i = end;
   }
   return found;
@@ -81,11 +90,13 @@ std::vector<std::string> CardNumbersInFiles(const std::string& folder,
     if (!entry.is_regular_file()) continue;
     const std::string name = entry.path().filename().string();
     if (std::find(except.begin(), except.end(), name) != except.end()) continue;
-    // A store's write-ahead log and its index are read through the store itself.
+    // A store's write-ahead log, its index and its rollback journal are read through the
+    // store itself; one whose store is gone is scanned as it is.
     const std::string path = entry.path().string();
-    if ((name.ends_with("-wal") || name.ends_with("-shm")) &&
-        std::filesystem::exists(path.substr(0, path.size() - 4)))
-      continue;
+    const size_t suffix = name.ends_with("-wal") || name.ends_with("-shm") ? 4
+                          : name.ends_with("-journal")                     ? 8
+                                                                           : 0;
+    if (suffix != 0 && std::filesystem::exists(path.substr(0, path.size() - suffix))) continue;
     std::ifstream in(entry.path(), std::ios::binary);
     const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     const std::vector<std::string> values = bytes.starts_with("SQLite format 3")

@@ -1,7 +1,8 @@
 // The check that no card number is left in clear: every run of 13 to 19 digits that
 // passes the card-number check digit, whatever card it belongs to, so a card added to
 // the simulator's catalogue is covered without a list to keep in step. A run is taken
-// whole: a longer run of digits (a time stamp, a reference) is not searched inside.
+// whole: a longer run of digits (a reference) is not searched inside, and a run that
+// reads as the component's time stamps (YYYYMMDDHHMMSS) is not a card number.
 #pragma once
 
 #include <string>

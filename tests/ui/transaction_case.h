@@ -19,7 +19,9 @@
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
 #include "ui/form_call_scope.h"
+#include "ui/loop.h"
 #include "ui/operator_script.h"
+#include "ui/script_runner.h"
 #include "ui/transaction/frm_transaction.h"
 
 namespace ccaddin::testing {
@@ -40,10 +42,12 @@ class TransactionCase {
   // A line for the call's journal (what the script's runner reports).
   void Journal(const std::string& line) { journal_.LogOperatorScript(line); }
 
-  // The window's outcome against the case's, after the window has closed.
-  void Check(const frmTransaction& window);
+  // Shows `window` through `loop`, whose script `runner` runs, to the end of the script,
+  // and holds the window's outcome to the case's.
+  void Run(FormLoop& loop, const ScriptRunner& runner, frmTransaction& window);
 
  private:
+  void Check(const frmTransaction& window);
   void CheckSettlement(const nlohmann::json& outcome);
 
   std::string path_;

@@ -62,6 +62,13 @@ class frmTransaction final : public Form {
     kVoid = 23,
     kRestart = 24,  // the server asked for the transaction to start again
   };
+  // Every state of the table, in order.
+  static constexpr State kStates[] = {
+      kConnecting,     kCardWait,       kKeyedNumber,     kSwipeOnTill,     kError,
+      kProcessingCard, kDisconnecting,  kExternalSwipe,   kDetails,         kReferral,
+      kResult,         kProcessing,     kFinished,        kPrintingReceipt, kDuplicate,
+      kReport,         kPrintingReport, kCustomerPresent, kCashback,        kPinBypass,
+      kVoid,           kRestart};
 
   // How the window took the card (lEntryMethod), as it tells the card enquiry.
   enum EntryMethod : int32_t {

@@ -1,13 +1,10 @@
 #include "reg_admin.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdio>
-#include <sstream>
-
-#include "platform/cc_addin_settings.h"
 #include "platform/text_encoding.h"
+#include "support/golden_text.h"
+#include "support/processes.h"
 #include "support/test_registry.h"
 
 namespace ccaddin {
@@ -15,33 +12,14 @@ namespace {
 
 using testing::TestRegistry;
 
-struct Result {
-  int code;
-  std::string out;
-  std::string err;
-};
+using Result = testing::CommandResult;
 
 Result Admin(const std::vector<std::string>& args) {
-  std::ostringstream out;
-  std::ostringstream err;
-  const int code = RunRegAdmin(args, out, err);
-  return {code, out.str(), err.str()};
+  return testing::RunInProcess(RunRegAdmin, args);
 }
 
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) lines.push_back(line);
-  return lines;
-}
-
-// Failures say one line on stderr and nothing on stdout.
 void ExpectFailure(const Result& r, int code, const std::string& part) {
-  EXPECT_EQ(r.code, code) << r.err;
-  EXPECT_EQ(r.out, "");
-  EXPECT_EQ(Lines(r.err).size(), 1u) << r.err;
-  EXPECT_TRUE(r.err.starts_with("ccaddin-reg: ")) << r.err;
-  EXPECT_NE(r.err.find(part), std::string::npos) << r.err;
+  EXPECT_TRUE(testing::FailedWith(r, code, "ccaddin-reg", part));
 }
 
 class RegAdminTest : public ::testing::Test {
@@ -75,7 +53,7 @@ TEST_F(RegAdminTest, SetGetListAndDelete) {
   EXPECT_NE(r.err.find("REG_DWORD"), std::string::npos);  // and why it has no effect
 
   r = Admin({"list"});
-  EXPECT_EQ(Lines(r.out),
+  EXPECT_EQ(testing::SplitLines(r.out),
             (std::vector<std::string>{
                 "IdlePrompt1 = Caf\xC3\xA9 \xE2\x82\xAC", "LeftTwips = -120",
                 "SaveReceipts = dword:00000001  (REG_DWORD: ignored by the add-in)"}));
@@ -114,10 +92,7 @@ TEST_F(RegAdminTest, ShowPrintsEverySettingAsTheComponentLoadsIt) {
   Result r = Admin({"show"});
   EXPECT_EQ(r.code, kExitOk);
   EXPECT_NE(r.err.find("no registry database"), std::string::npos);
-  std::vector<std::string> lines = Lines(r.out);
-  ASSERT_EQ(lines.size(), 91u);
-  EXPECT_EQ(lines[0], "strbaseCurrency = ");
-  EXPECT_EQ(lines[90], "bAllowProductExclusion = False");
+  EXPECT_TRUE(testing::MatchesGolden(r.out, "settings/defaults_shown.txt"));
 
   ASSERT_EQ(Admin({"init"}).code, kExitOk);
   ASSERT_EQ(Admin({"set", "ConfigFileLocation", "/etc/ccaddin"}).code, kExitOk);
@@ -126,12 +101,7 @@ TEST_F(RegAdminTest, ShowPrintsEverySettingAsTheComponentLoadsIt) {
   ASSERT_EQ(Admin({"set", "--type", "dword", "SaveReceipts", "1"}).code, kExitOk);
   r = Admin({"show"});
   EXPECT_EQ(r.err, "");
-  lines = Lines(r.out);
-  ASSERT_EQ(lines.size(), 91u);
-  size_t i = 0;
-  for (const SettingDef& s : CcAddinSettings()) {
-    EXPECT_TRUE(lines[i++].starts_with(std::string(s.property) + " = "));
-  }
+  const std::vector<std::string> lines = testing::SplitLines(r.out);
   const auto has = [&](const std::string& line) {
     return std::find(lines.begin(), lines.end(), line) != lines.end();
   };
@@ -207,15 +177,10 @@ TEST_F(RegAdminTest, CorruptDatabaseIsReportedAndLeftAlone) {
 // The built program, as an installer runs it from a fresh build.
 TEST_F(RegAdminTest, TheBuiltCommandRunsAndReportsThroughItsExitStatus) {
   const auto run = [&](const std::string& args, std::string* out) {
-    const std::string command =
-        std::string(CCADDIN_REG_BINARY) + " --db '" + reg_.path() + "' " + args + " 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) return -1;
-    char buffer[4096];
-    out->clear();
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out->append(buffer, n);
-    const int status = pclose(pipe);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    const testing::CommandResult r = testing::RunShell(std::string(CCADDIN_REG_BINARY) + " --db '" +
+                                                       reg_.path() + "' " + args + " 2>/dev/null");
+    *out = r.out;
+    return r.code;
   };
   std::string out;
   EXPECT_EQ(run("get Mode", &out), kExitFailed);

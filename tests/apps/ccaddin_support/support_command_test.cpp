@@ -1,15 +1,14 @@
 #include "support_command.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
-#include <sstream>
 
 #include "platform/virtual_env.h"
+#include "support/case_files.h"
 #include "support/golden_text.h"
+#include "support/processes.h"
 #include "support/temp_dir.h"
 #include "support/test_registry.h"
 
@@ -22,39 +21,14 @@ using testing::TempDir;
 using testing::TestRegistry;
 
 constexpr const char* kHeading = "REFERENCE,DATE,KIND,AMOUNT,CASHBACK,CARD GROUP\r\n";
-constexpr const char* kTillJson = R"({
-  "strMerchantName": "HILLTOP SERVICE STATION",
-  "strAddressLine1": "12 Market Street",
-  "strAddressLine3": "Kendal LA9 4QT",
-  "strSitePhoneNumber": "01539 720000",
-  "strTillNumber": "3"
-})";
-
-// A file under tests/data.
-std::string DataPath(const std::string& relative) {
-  return std::string(CCADDIN_TEST_DATA_DIR) + "/" + relative;
-}
-
-struct Result {
-  int code;
-  std::string out;
-  std::string err;
-};
+using Result = testing::CommandResult;
 
 Result Support(const std::vector<std::string>& args) {
-  std::ostringstream out;
-  std::ostringstream err;
-  const int code = RunSupportCommand(args, out, err);
-  return {code, out.str(), err.str()};
+  return testing::RunInProcess(RunSupportCommand, args);
 }
 
-// Failures say one line on stderr and nothing on stdout.
 void ExpectFailure(const Result& r, int code, const std::string& part) {
-  EXPECT_EQ(r.code, code) << r.err;
-  EXPECT_EQ(r.out, "");
-  EXPECT_EQ(SplitLines(r.err).size(), 1u) << r.err;
-  EXPECT_TRUE(r.err.starts_with("ccaddin-support: ")) << r.err;
-  EXPECT_NE(r.err.find(part), std::string::npos) << r.err;
+  EXPECT_TRUE(testing::FailedWith(r, code, "ccaddin-support", part));
 }
 
 std::vector<std::string> Listing(const std::filesystem::path& folder) {
@@ -70,14 +44,9 @@ class SupportReportTest : public ::testing::Test {
  protected:
   SupportReportTest() {
     reg_.Set("BaseCurrencyExponent", "2");
-    data_ = dir_.Write("TMP_20260115_173042.txt", std::string(kHeading) +
-                                                      "1,20260115,A,4200,0,Visa\r\n"
-                                                      "2,20260115,B,2500,2000,Mastercard\r\n"
-                                                      "3,20260115,A,1999,0,Visa\r\n"
-                                                      "4,20260115,F,1500,0,Visa\r\n"
-                                                      "5,20260115,A,105,0,Mastercard\r\n"
-                                                      "6,20260115,F,7500,0,Amex\r\n");
-    till_ = dir_.Write("till.json", kTillJson);
+    data_ = dir_.file("TMP_20260115_173042.txt");
+    std::filesystem::copy_file(testing::TestDataPath("reports/z_report_groups_data.txt"), data_);
+    till_ = dir_.Write("till.json", testing::ReadCase("reports", "till").dump());
   }
 
   VirtualEnv env_;
@@ -172,12 +141,12 @@ class SupportReceiptTest : public ::testing::Test {
     reg_.Set("BaseCurrencyExponent", "2");
   }
 
-  // The receipt copies of a transaction file under tests/data/support, dated as the
+  // The receipt copies of a case file under tests/data/receipts, dated as the
   // receipt tests date theirs, in the add-in's own bytes.
   Result Preview(const std::string& name, std::vector<std::string> options) {
     std::vector<std::string> args = {"receipt", "--date", "20260115", "--time", "1030", "--raw"};
     args.insert(args.end(), options.begin(), options.end());
-    args.push_back(DataPath("support/" + name));
+    args.push_back(testing::TestDataPath("receipts/" + name));
     return Support(args);
   }
 
@@ -186,20 +155,6 @@ class SupportReceiptTest : public ::testing::Test {
   TestRegistry reg_;
   TempDir dir_;
 };
-
-// The same golden receipts as TReceipt's own tests: the preview is the composition.
-TEST_F(SupportReceiptTest, CopiesAreTheReceiptsTReceiptComposes) {
-  Result r = Preview("chip_pin_sale.json", {"--copy", "merchant"});
-  ASSERT_EQ(r.code, kSupportExitOk) << r.err;
-  EXPECT_TRUE(MatchesGolden(r.out, "receipts/chip_pin_sale_merchant.txt"));
-  r = Preview("chip_pin_sale.json", {"--copy", "customer"});
-  ASSERT_EQ(r.code, kSupportExitOk) << r.err;
-  EXPECT_TRUE(MatchesGolden(r.out, "receipts/chip_pin_sale_customer.txt"));
-  // Fuel products, their descriptions from the card's list, and the details asked for.
-  r = Preview("fuel_bunker_sale.json", {"--copy", "merchant"});
-  ASSERT_EQ(r.code, kSupportExitOk) << r.err;
-  EXPECT_TRUE(MatchesGolden(r.out, "receipts/fuel_bunker_merchant.txt"));
-}
 
 TEST_F(SupportReceiptTest, BothCopiesMerchantFirstAndDuplicatesMarked) {
   const Result r = Preview("chip_pin_sale.json", {"--duplicate"});
@@ -220,7 +175,8 @@ TEST_F(SupportReceiptTest, BothCopiesMerchantFirstAndDuplicatesMarked) {
 
 TEST_F(SupportReceiptTest, DateTimeSettingsAndTextForm) {
   // Without --date and --time the receipt is dated now; UTF-8 unless --raw.
-  Result r = Support({"receipt", "--copy", "customer", DataPath("support/chip_pin_sale.json")});
+  Result r = Support(
+      {"receipt", "--copy", "customer", testing::TestDataPath("receipts/chip_pin_sale.json")});
   ASSERT_EQ(r.code, kSupportExitOk) << r.err;
   EXPECT_NE(r.out.find("15/01/26 10:30"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("AMOUNT                            \xc2\xa3"
@@ -286,14 +242,10 @@ TEST(SupportCommand, BuiltCommandRunsAsDocumented) {
   const TempDir dir;
   const std::string data = dir.Write("TMP_20260115_173042.txt", std::string(kHeading));
   const auto run = [](const std::string& args, std::string* out) {
-    const std::string command = std::string(CCADDIN_SUPPORT_BINARY) + " " + args + " 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) return -1;
-    char buffer[4096];
-    out->clear();
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out->append(buffer, n);
-    const int status = pclose(pipe);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    const Result r =
+        testing::RunShell(std::string(CCADDIN_SUPPORT_BINARY) + " " + args + " 2>/dev/null");
+    *out = r.out;
+    return r.code;
   };
   std::string out;
   EXPECT_EQ(run("report --x --exponent 2 '" + data + "'", &out), kSupportExitOk);
