@@ -114,6 +114,11 @@ class QlDccEnquiry : public QlRequestError {
   virtual ~QlDccEnquiry() = default;
   // 0 done; bOfferAvailable says whether the card's currency may be offered.
   [[nodiscard]] virtual int32_t Enquire() = 0;
+  // What the till asks about: the amount it will charge (sale, gratuity and cash) in its
+  // own currency. An amount of 0 asks about the amounts the transaction was started with.
+  std::string strCurrencyCode;
+  int32_t lAmount = 0;
+  int32_t lCurrencyExponent = 2;
   bool bOfferAvailable = false;
   std::string strExchangeRate;
   std::string strForeignAmount;        // minor units of the card currency

@@ -1,5 +1,6 @@
 #include "ui/form_catalogue.h"
 
+#include "ui/frm_dcc.h"
 #include "ui/frm_keypad.h"
 #include "ui/frm_question_box.h"
 #include "ui/transaction/frm_transaction.h"
@@ -9,6 +10,7 @@ namespace ccaddin {
 FormCatalogue::FormCatalogue() {
   Add(std::make_unique<frmKeypad>());
   Add(std::make_unique<frmQuestionBox>());
+  Add(std::make_unique<frmDcc>());
   Add(std::make_unique<frmTransaction>());
 }
 

@@ -5,6 +5,7 @@
 
 #include "platform/logging.h"
 #include "ui/form.h"
+#include "ui/html_text.h"
 
 namespace ccaddin {
 
@@ -55,7 +56,13 @@ std::string Line(const Control& c) {
     return line;
   }
   if (!c.Caption().empty()) line += " " + Quoted(c.Caption());
-  if (c.Kind() == ControlKind::TextBox || !c.Text().empty()) {
+  if (c.Kind() == ControlKind::Browser) {
+    // The document as the operator reads it, not its markup; a long one is cut short.
+    constexpr size_t kShown = 200;
+    std::string shown = ShownText(c);
+    if (shown.size() > kShown) shown = shown.substr(0, kShown) + "...";
+    line += " text " + Quoted(shown);
+  } else if (c.Kind() == ControlKind::TextBox || !c.Text().empty()) {
     line += " text ";
     line += c.PasswordChar() != 0 ? Quoted(std::string(c.Text().size(), c.PasswordChar()))
                                   : Quoted(c.Text());

@@ -4,6 +4,7 @@
 
 #include "platform/logging.h"
 #include "ui/form.h"
+#include "ui/html_text.h"
 
 namespace ccaddin {
 
@@ -57,7 +58,7 @@ bool Holds(const std::vector<Form*>& open, const ScriptCondition& cond) {
     case Test::Is:
     case Test::Contains: {
       if (c == nullptr) return false;
-      const std::string& value = cond.of_caption ? c->Caption() : c->Text();
+      const std::string value = cond.of_caption ? c->Caption() : ShownText(*c);
       return cond.test == Test::Is ? value == cond.value
                                    : value.find(cond.value) != std::string::npos;
     }
@@ -87,7 +88,7 @@ std::string Actual(const std::vector<Form*>& open, const ScriptCondition& cond) 
   const Control* c = ControlOf(open, cond.target);
   if (c == nullptr) return "no open window has it";
   if (cond.test == Test::Is || cond.test == Test::Contains) {
-    return "it is \"" + (cond.of_caption ? c->Caption() : c->Text()) + "\"";
+    return "it is \"" + (cond.of_caption ? c->Caption() : ShownText(*c)) + "\"";
   }
   if (!Seen(c)) return "it is hidden";
   return std::string(c->Usable() ? "it is enabled" : "it is disabled") +

@@ -32,9 +32,8 @@ INSTANTIATE_TEST_SUITE_P(Cases, TransactionCaseTest,
                          [](const auto& info) { return info.param; });
 
 // Each case's trail is held to the states the window really showed, so the trails of all
-// cases together are the states the scenarios reach: every state of the table, but the
-// referral (12, with the authorisation outcomes) and printing a report (19, with the
-// auxiliary frames), whose work is still to come.
+// cases together are the states the scenarios reach: every state of the table, but
+// printing a report (19, with the auxiliary frames), whose work is still to come.
 TEST(TransactionCases, ReachEveryStateOfTheTable) {
   std::set<int32_t> unreached(std::begin(frmTransaction::kStates),
                               std::end(frmTransaction::kStates));
@@ -44,8 +43,7 @@ TEST(TransactionCases, ReachEveryStateOfTheTable) {
       for (const int32_t state : c.at("outcome").at("states")) unreached.erase(state);
     }
   }
-  EXPECT_EQ(unreached,
-            (std::set<int32_t>{frmTransaction::kReferral, frmTransaction::kPrintingReport}));
+  EXPECT_EQ(unreached, (std::set<int32_t>{frmTransaction::kPrintingReport}));
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 #include "transaction_case.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
+#include <sstream>
 
 #include "qlclient/sim/sim_store.h"
 #include "qlclient/sim/simulator.h"
@@ -63,6 +66,50 @@ void ExpectFields(const json& actual, const json& expected, const char* what) {
   }
 }
 
+// The copies on the printer's paper in the order printed: "merchant confirmed",
+// "duplicate customer declined" ...: each copy's outcome line, then its trailer.
+json PrintedCopies(const std::string& paper) {
+  static const std::regex kOutcome("TRANSACTION ([A-Z]+)");
+  json copies = json::array();
+  std::string outcome;
+  bool duplicate = false;
+  std::istringstream lines(paper);
+  for (std::string line; std::getline(lines, line);) {
+    std::smatch m;
+    if (std::regex_search(line, m, kOutcome) && m[1] != "CURRENCY") outcome = m[1];
+    duplicate = duplicate || line.find("DUPLICATE RECEIPT") != std::string::npos;
+    for (const char* copy : {"MERCHANT", "CUSTOMER"}) {
+      if (line.find(std::string(copy) + " COPY") == std::string::npos) continue;
+      std::string entry = (duplicate ? "DUPLICATE " : "") + std::string(copy) + " " + outcome;
+      std::transform(entry.begin(), entry.end(), entry.begin(), ::tolower);
+      copies.push_back(entry);
+      duplicate = false;
+    }
+  }
+  return copies;
+}
+
+json InfoFields(const TTransactionInfo& info) {
+  return {{"lResponseCode", info.lResponseCode},
+          {"lTransactionRefNo", info.lTransactionRefNo},
+          {"strAuthorisationCode", info.strAuthorisationCode},
+          {"lCustomerVerification", info.lCustomerVerification},
+          {"strCurrencyCode", info.strCurrencyCode}};
+}
+
+// What the server filed: the fields sent, and the outcome it settled.
+json StoredFields(const QlTransaction& t) {
+  json fields = SentFields(t);
+  fields.update({{"lAuthSource", t.lAuthSource},
+                 {"strAuthCode", t.strAuthCode},
+                 {"strResponseText", t.strResponseText},
+                 {"lConversionState", t.lConversionState},
+                 {"strCurrencyCode", t.strCurrencyCode},
+                 {"strBaseAmount", t.strBaseAmount},
+                 {"lCvmCode", t.lCvmCode}});
+  return fields;
+}
+
 }  // namespace
 
 TransactionCase::TransactionCase(const std::string& name, const json& more_settings,
@@ -92,7 +139,12 @@ TransactionCase::TransactionCase(const std::string& name, const json& more_setti
   if (more_settings.is_object()) settings.update(more_settings);
   for (const auto& [setting, value] : settings.items())
     registry_->Set(setting, value.get<std::string>());
-  site_.Write("qlclient.json", doc_.value("simulator", json::object()).dump());
+  // "@DATA@" in the simulator's configuration is the test data folder, for the files a
+  // server's answer names.
+  std::string simulator = doc_.value("simulator", json::object()).dump();
+  for (size_t at; (at = simulator.find("@DATA@")) != std::string::npos;)
+    simulator.replace(at, 6, TestDataPath("").substr(0, TestDataPath("").size() - 1));
+  site_.Write("qlclient.json", simulator);
 
   CreditCardCommon& shared = Shared();
   (void)shared.LoadConfiguration();
@@ -104,6 +156,8 @@ TransactionCase::TransactionCase(const std::string& name, const json& more_setti
   shared.bVoidMode = mode == "void";
   shared.bReportMode = mode == "report";
   shared.lReportType = sale.value("reportType", 0);
+  // A later part of a split tender: the split tender settles the parts together.
+  shared.bSplitTenderActive = sale.value("splitActive", false);
   shared.bFuelBalanceMode = mode == "fuelBalance";
   shared.bTokenMode = mode == "token";
   shared.strToken = sale.value("token", "");
@@ -171,15 +225,17 @@ void TransactionCase::Check(const frmTransaction& window) {
     sim::SimStore records(store.string());
     if (auto last = records.Find(-1)) {
       server = sim::StoreStateName(last->state);
-      ExpectFields(SentFields(last->trans), outcome.value("stored", json::object()), "stored");
+      ExpectFields(StoredFields(last->trans), outcome.value("stored", json::object()), "stored");
     }
   }
   EXPECT_EQ(server, outcome.value("server", "none"));
+  CheckSettlement(outcome);
   // Only a confirmation the server refused (which the window does not hear of in
-  // operating mode 0) may leave a completed sale unconfirmed; a balance enquiry has no sale.
+  // operating mode 0) may leave a completed sale unconfirmed; a balance enquiry has no sale,
+  // and a part of a split tender is confirmed with the others.
   const std::string faults = doc_.value("simulator", json::object()).value("faults", json()).dump();
   if (shared.bTransactionComplete && faults.find("Confirm.Confirm") == std::string::npos &&
-      !shared.bFuelBalanceMode) {
+      !doc_.value("sale", json::object()).value("splitActive", false) && !shared.bFuelBalanceMode) {
     EXPECT_EQ(server, "confirmed") << "complete but not confirmed at the server";
   }
   if (outcome.contains("sent")) {
@@ -196,6 +252,43 @@ void TransactionCase::Check(const frmTransaction& window) {
     if (!file.is_regular_file() || file.path().filename() == "qlclient.json") continue;
     EXPECT_EQ(ReadFile(file.path().string()).find(shared.strToken), std::string::npos)
         << file.path() << " holds the card token";
+  }
+}
+
+}  // namespace ccaddin::testing
+
+namespace ccaddin::testing {
+
+// What the settlement left: the copies on paper and the receipt files, the till's record,
+// the server's record of the transaction and what the journal says.
+void TransactionCase::CheckSettlement(const json& outcome) {
+  const std::string paper = paper_.Read("printer");
+  if (outcome.contains("printed")) {
+    EXPECT_EQ(PrintedCopies(paper), outcome.at("printed"));
+  }
+  for (const json& text : outcome.value("paper", json::array())) {
+    EXPECT_NE(paper.find(text.get<std::string>()), std::string::npos)
+        << "paper lacks " << text << " in:\n"
+        << paper;
+  }
+  if (outcome.contains("files")) {
+    std::vector<std::string> kinds;
+    for (const auto& f : std::filesystem::directory_iterator(site_.path() / "receipts")) {
+      const std::string name = f.path().filename().string();
+      kinds.push_back(name.substr(0, name.find_first_of("0123456789")));
+    }
+    std::sort(kinds.begin(), kinds.end());
+    EXPECT_EQ(json(kinds), outcome.at("files"));
+  }
+  CreditCardCommon& shared = Shared();
+  if (outcome.contains("info")) {
+    TTransactionInfo info;
+    shared.FillTransactionInfo(info, 0);
+    ExpectFields(InfoFields(info), outcome.at("info"), "info");
+  }
+  const std::string journal = site_.Read(TAddinLog::kJournalFileName);
+  for (const json& text : outcome.value("journal", json::array())) {
+    EXPECT_NE(journal.find(text.get<std::string>()), std::string::npos) << "journal lacks " << text;
   }
 }
 

@@ -48,6 +48,7 @@ class TransactionCase {
 
  private:
   void Check(const frmTransaction& window);
+  void CheckSettlement(const nlohmann::json& outcome);
 
   std::string path_;
   std::string content_;

@@ -212,6 +212,7 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     t->last_sent = oTrans;
     int32_t result = 0;
     if (Fault(t, "Processor.Process", result, &lErrorCode, strErrorText)) return result;
+    const QlTransaction sent = oTrans;
     const bool read_by_terminal = !t->card && oTrans.strPan.empty() && oTrans.strTrack.empty();
     if (!t->card && !TakeTillCard(*t, oTrans)) {
       if (oTrans.strPan.starts_with("TOK:")) {
@@ -267,7 +268,7 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     }
     write.Commit();
     Finish(*t, oTrans);
-    return QL_ANSWER_DONE;
+    return Answer(t, "Processor.Process", sent, oTrans);
   }
 
   int32_t AnswerPinBypass(int32_t lAnswer, QlTransaction& oTrans) override {
@@ -275,6 +276,7 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     if (!Ready(t, *this)) return QL_ANSWER_FAILED;
     int32_t result = 0;
     if (Fault(t, "Processor.AnswerPinBypass", result, &lErrorCode, strErrorText)) return result;
+    const QlTransaction sent = oTrans;
     if (!t->pin_bypass_pending || !t->card) {
       lErrorCode = kNoPinBypass;
       strErrorText = "NO PIN BYPASS REQUEST PENDING";
@@ -294,10 +296,18 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     }
     write.Commit();
     Finish(*t, oTrans);
-    return QL_ANSWER_DONE;
+    return Answer(t, "Processor.AnswerPinBypass", sent, oTrans);
   }
 
  private:
+  // The answer to a call whose work is done; a lost reply leaves the till's transaction
+  // as it was sent.
+  int32_t Answer(Terminal* t, const char* op, const QlTransaction& sent, QlTransaction& oTrans) {
+    int32_t result = QL_ANSWER_DONE;
+    if (LostReply(t, op, result, &lErrorCode, strErrorText)) oTrans = sent;
+    return result;
+  }
+
   // A card the till read itself and put on the transaction (programmatic swipe or key).
   static bool TakeTillCard(Terminal& t, const QlTransaction& trans) {
     std::string pan = trans.strPan;
@@ -346,10 +356,13 @@ class SimTransactionProcessor final : public QlTransactionProcessor {
     const SimCard& card = *t.card;
     trans.strBaseAmount = trans.strAmount;
     trans.strBaseCurrencyText = CurrencyText(t, trans.strCurrencyCode);
-    trans.strAmount = ForeignAmount(ToInt(trans.strAmount), card.dcc_rate);
-    trans.strCashbackAmount = trans.strCashbackAmount.empty()
-                                  ? ""
-                                  : ForeignAmount(ToInt(trans.strCashbackAmount), card.dcc_rate);
+    const auto convert = [&](const std::string& amount) {
+      return ForeignAmount(ToInt(amount), card.dcc_rate, trans.lCurrencyExponent,
+                           card.dcc_exponent);
+    };
+    trans.strAmount = convert(trans.strAmount);
+    trans.strCashbackAmount =
+        trans.strCashbackAmount.empty() ? "" : convert(trans.strCashbackAmount);
     trans.strExchangeRate = card.dcc_rate;
     trans.lTransCurrencyExponent = card.dcc_exponent;
     trans.strConversionStatement =

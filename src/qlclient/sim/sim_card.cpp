@@ -199,9 +199,11 @@ SimCard GenericCard(const std::string& pan, CardEntry entry) {
   return c;
 }
 
-std::string ForeignAmount(int32_t amount, const std::string& rate) {
+std::string ForeignAmount(int32_t amount, const std::string& rate, int32_t exponent,
+                          int32_t foreign_exponent) {
   const double r = std::strtod(rate.c_str(), nullptr);
-  return std::to_string(static_cast<int64_t>(std::llround(amount * r)));
+  const double units = amount * r * std::pow(10.0, foreign_exponent - exponent);
+  return std::to_string(static_cast<int64_t>(std::llround(units)));
 }
 
 }  // namespace ccaddin::sim

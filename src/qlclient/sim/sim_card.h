@@ -41,6 +41,11 @@ struct SimCard {
   std::string dcc_currency_name;
   std::string dcc_rate;  // units of the card currency per unit of the till's
   int32_t dcc_exponent = 2;
+  // What the offer says instead of the computed amount and the standard text (tests of an
+  // offer the till must not trust); empty: computed.
+  std::string dcc_foreign_amount;
+  std::string dcc_offer_text;
+  int32_t dcc_offer_repeat = 1;  // the offer text this many times over (a server that floods)
   // Prompts (0 not asked, 1 required, 2 optional).
   std::array<int32_t, 7> entry_prompts{};  // expiry, start, issue, CV2, postcode, address, ref
   std::array<int32_t, 14> fuel_prompts{};  // by fuel prompt index
@@ -71,8 +76,10 @@ bool LuhnValid(const std::string& pan);
 // its scheme that the server authorises.
 SimCard GenericCard(const std::string& pan, CardEntry entry);
 
-// `amount` in minor units converted at `rate` (units of the card currency per unit of
-// the till's), rounded to the nearest minor unit.
-std::string ForeignAmount(int32_t amount, const std::string& rate);
+// `amount` in minor units of the till's currency (`exponent` decimals) converted at `rate`
+// (units of the card currency per unit of the till's) into minor units of the card's
+// currency (`foreign_exponent` decimals), rounded to the nearest minor unit.
+std::string ForeignAmount(int32_t amount, const std::string& rate, int32_t exponent,
+                          int32_t foreign_exponent);
 
 }  // namespace ccaddin::sim

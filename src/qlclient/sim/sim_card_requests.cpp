@@ -181,7 +181,15 @@ class SimDccEnquiry final : public QlDccEnquiry {
     strForeignCurrencyCode = card.dcc_currency;
     strForeignCurrencyName = card.dcc_currency_name;
     lForeignCurrencyExponent = card.dcc_exponent;
-    strForeignAmount = ForeignAmount(TotalOf(*t), card.dcc_rate);
+    strForeignAmount = !card.dcc_foreign_amount.empty()
+                           ? card.dcc_foreign_amount
+                           : ForeignAmount(lAmount > 0 ? lAmount : TotalOf(*t), card.dcc_rate,
+                                           lCurrencyExponent, card.dcc_exponent);
+    if (!card.dcc_offer_text.empty()) {
+      strOfferText.clear();
+      for (int32_t i = 0; i < card.dcc_offer_repeat; ++i) strOfferText += card.dcc_offer_text;
+      return 0;
+    }
     strOfferText = "<html><body><p>Your card is issued in " + card.dcc_currency_name +
                    ". You may pay in " + card.dcc_currency + " at a rate of " + card.dcc_rate +
                    ", which includes a 3.5% margin on the wholesale rate. Make sure you understand"

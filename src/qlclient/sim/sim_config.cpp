@@ -137,6 +137,10 @@ SimCard ParseCard(const std::string& path, const json& j, const std::string& at,
   Take(j, at, "dccCurrency", card.dcc_currency);
   Take(j, at, "dccCurrencyName", card.dcc_currency_name);
   Take(j, at, "dccRate", card.dcc_rate);
+  TakeWhole(j, at, "dccExponent", card.dcc_exponent, 0, 9);
+  Take(j, at, "dccForeignAmount", card.dcc_foreign_amount);
+  Take(j, at, "dccOfferText", card.dcc_offer_text);
+  TakeWhole(j, at, "dccOfferRepeat", card.dcc_offer_repeat, 1, 100'000);
   Take(j, at, "fuel", card.fuel);
   Take(j, at, "bunker", card.bunker);
   Take(j, at, "allowedProducts", card.allowed_products);
@@ -230,6 +234,13 @@ void Parse(const std::string& path, const json& j, SimConfig& c) {
       TakeWhole(f, at, "errorCode", fault.error_code, kMinLong, kMaxLong);
       Take(f, at, "errorText", fault.error_text);
       Take(f, at, "raise", fault.raise);
+      Take(f, at, "lostReply", fault.lost_reply);
+      if (fault.lost_reply && fault.operation != "Processor.Process" &&
+          fault.operation != "Processor.AnswerPinBypass" && fault.operation != "Confirm.Confirm")
+        Bad(path,
+            "lostReply applies to Processor.Process, Processor.AnswerPinBypass and "
+            "Confirm.Confirm, not \"" +
+                fault.operation + "\"");
       c.faults.push_back(fault);
     }
   }

@@ -23,6 +23,10 @@ struct SimFault {
   int32_t error_code = 0;
   std::string error_text;
   bool raise = false;  // the library raises an error (error_text) instead of answering
+  // The call does its work at the server first and only its answer is lost, as when the
+  // connection drops after the server acted (authorisations, PIN bypass answers and
+  // confirmations only).
+  bool lost_reply = false;
 };
 
 struct SimConfig {

@@ -51,6 +51,7 @@ class SimConfirm final : public QlConfirm {
       state = StoreState::kConfirmed;
     }
     t->store->Update(stored->ref, state, trans);
+    if (LostReply(t, "Confirm.Confirm", result, &lErrorCode, strErrorText)) return result;
     oResult = trans;
     return 0;
   }

@@ -85,11 +85,12 @@ void Show(Terminal& t, const std::string& text) {
   }
 }
 
-bool Fault(Terminal* t, const std::string& op, int32_t& result, int32_t* code, std::string& text) {
-  if (!t || !t->config) return false;
-  const int32_t n = ++t->calls[op];
+namespace {
+
+bool Fire(Terminal* t, const std::string& op, int32_t n, bool lost_reply, int32_t& result,
+          int32_t* code, std::string& text) {
   for (const auto& f : t->config->faults) {
-    if (f.operation != op || n < f.call) continue;
+    if (f.operation != op || f.lost_reply != lost_reply || n < f.call) continue;
     if (f.count != 0 && n >= f.call + f.count) continue;
     if (f.raise)
       throw Failure(f.error_text.empty() ? "Simulated library error in " + op : f.error_text);
@@ -99,6 +100,19 @@ bool Fault(Terminal* t, const std::string& op, int32_t& result, int32_t* code, s
     return true;
   }
   return false;
+}
+
+}  // namespace
+
+bool Fault(Terminal* t, const std::string& op, int32_t& result, int32_t* code, std::string& text) {
+  if (!t || !t->config) return false;
+  return Fire(t, op, ++t->calls[op], false, result, code, text);
+}
+
+bool LostReply(Terminal* t, const std::string& op, int32_t& result, int32_t* code,
+               std::string& text) {
+  if (!t || !t->config) return false;
+  return Fire(t, op, t->calls[op], true, result, code, text);
 }
 
 bool Ready(Terminal* t, QlRequestError& e, bool need_login) {

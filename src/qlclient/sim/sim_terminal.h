@@ -84,6 +84,9 @@ void Show(Terminal& t, const std::string& text);
 
 // Applies an injected fault to the call being counted. True when it fired.
 bool Fault(Terminal* t, const std::string& op, int32_t& result, int32_t* code, std::string& text);
+// After the work of the call Fault counted last: true when its answer is to be lost.
+bool LostReply(Terminal* t, const std::string& op, int32_t& result, int32_t* code,
+               std::string& text);
 
 // Request objects fail the same way when the session is not ready.
 bool Ready(Terminal* t, QlRequestError& e, bool need_login = true);

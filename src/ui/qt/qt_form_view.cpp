@@ -51,6 +51,20 @@ QRect Pixels(const Twips& t) {
                qRound(t.height * scale));
 }
 
+// A server's HTML, shown but never acted on. Every resource the document names (an
+// image, a style sheet) is answered with nothing, whether it lies on the network, on the
+// disk or in the data itself: the answer is an empty value rather than none, because the
+// document reads local files itself when its view gives no answer. Links are not followed,
+// and the view runs no script.
+class InertHtmlView final : public QTextBrowser {
+ public:
+  explicit InertHtmlView(QWidget* parent) : QTextBrowser(parent) {
+    setOpenLinks(false);
+    setOpenExternalLinks(false);
+  }
+  QVariant loadResource(int, const QUrl&) override { return QVariant(QByteArray()); }
+};
+
 }  // namespace
 
 double QtFormView::PixelsPerTwip() {
@@ -140,12 +154,8 @@ QWidget* QtFormView::Make(Control& c, QWidget* parent) {
       });
       return button;
     }
-    case ControlKind::Browser: {
-      auto* browser = new QTextBrowser(parent);
-      browser->setOpenLinks(false);
-      browser->setOpenExternalLinks(false);
-      return browser;
-    }
+    case ControlKind::Browser:
+      return new InertHtmlView(parent);
     case ControlKind::Timer: {
       if (run_timers_) {
         auto* timer = new QTimer(this);

@@ -206,8 +206,34 @@ class frmTransaction final : public Form {
 
   // ---- authorisation outcomes (outcomes.cpp) ----
   void BindOutcomes();
+  // The referral frame: what the operator reads out to the authorisation centre, and the
+  // voice code box.
   void ShowReferral();
+  void txtAuthCode_Change();
+  void txtAuthCode_KeyPress(int16_t& KeyAscii);
+  // The referral's details and the status line are for reading: every key is swallowed.
+  void ReadOnly_KeyPress(int16_t& KeyAscii);
+  void cmdAuthorise_Click();
+  void cmdDecline_Click();
+  void cmdAllowPinBypass_Click();
+  void cmdDisallowPinBypass_Click();
+  // Answers the cardholder's request to bypass the PIN; the next state as an
+  // authorisation gives it.
+  void RunPinBypass(bool bAllow, int32_t& lNextState);
+  void cmdReprint_Click();
+  // The server's offer to charge the card in its own currency, shown to the cardholder
+  // when the server makes one the till can trust; the choice goes on the transaction.
   void RunCurrencyConversionOffer();
+  // The answer to an authorisation was lost (the connection closed, or the request layer
+  // failed) after the server may have approved the sale: it is found at the server and
+  // cancelled there, so that the till never leaves an approval behind unknowingly.
+  void ReverseLostAuthorisation();
+  // A confirmation went unanswered: the server may have settled the sale without the
+  // window knowing. The sale is cancelled at the server instead.
+  void ReverseUnconfirmed();
+  // Cancels oCancel at the server; true when the server then holds it cancelled, else
+  // false with the server's reason in strWhy.
+  [[nodiscard]] bool CancelAtServer(QlTransaction& oCancel, std::string& strWhy);
 
   // ---- receipts (transaction_receipts.cpp) ----
   void PrintTransactionReceipt(bool bMerchantCopy, bool bDuplicate);
@@ -371,6 +397,11 @@ class frmTransaction final : public Form {
   bool bConfirmCancelling = false;
   bool bContinuingDetails = false;
   bool bContinuingCashback = false;
+  bool bVoiceAnswering = false;
+  bool bAnsweringPinBypass = false;
+  bool bReprinting = false;
+  // Confirmed without the operator: both copies printed with nobody looking between them.
+  bool bAcceptedAutomatically = false;
   std::string strSwipeBuffer;
   int32_t lFocusedDetailField = 0;
   bool bLastCopyMerchant = false;

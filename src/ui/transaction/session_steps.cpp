@@ -333,6 +333,7 @@ void frmTransaction::RunAuthorisation(int32_t& lNextState) {
     case QL_REQ_CONNECTION_LOST:
     case QL_REQ_UNEXPECTED:
       ServerFailed(result);
+      ReverseLostAuthorisation();
       break;
     case QL_REQ_FALLBACK:
       lNextState = kSwipeOnTill;
@@ -388,6 +389,7 @@ void frmTransaction::RunDirectAuthorisation(int32_t& lNextState) {
     case QL_REQ_CONNECTION_LOST:
     case QL_REQ_UNEXPECTED:
       ServerFailed(result);
+      ReverseLostAuthorisation();
       break;
     default:
       break;

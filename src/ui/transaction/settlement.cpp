@@ -57,7 +57,7 @@ void frmTransaction::FinishAuthorisation(int32_t lNextState) {
     ShowState();
     PrintTransactionReceipt(false, false);
   }
-  bAutoConfirmed = true;
+  bAutoConfirmed = bAcceptedAutomatically = true;
   AfterConfirmation();
 }
 
@@ -145,6 +145,8 @@ void frmTransaction::SendConfirmation(int32_t& lResult) {
     if (result == QL_REQ_UNEXPECTED) {
       strStatusText = oRequest.strErrorMessage();
       bServerError = true;
+      // The server may have settled the sale without the answer arriving.
+      if (confirm_type != QL_CONFIRM_DECLINED) ReverseUnconfirmed();
     } else {
       lResult = kConfirmed;
     }

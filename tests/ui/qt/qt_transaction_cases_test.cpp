@@ -44,11 +44,11 @@ std::vector<std::string> CasesWithPictures() {
 }
 
 // A picture is the whole window at 15 twips a pixel, with something drawn in it.
-void ExpectDrawn(const std::string& file, const Form& form) {
+void ExpectDrawn(const std::string& file, const Twips& window) {
   const QImage image(QString::fromStdString(file));
   ASSERT_FALSE(image.isNull()) << file;
-  EXPECT_EQ(image.width(), form.Geometry().width / 15) << file;
-  EXPECT_EQ(image.height(), form.Geometry().height / 15) << file;
+  EXPECT_EQ(image.width(), window.width / 15) << file;
+  EXPECT_EQ(image.height(), window.height / 15) << file;
   std::set<QRgb> colours;
   for (int y = 0; y < image.height(); y += 3) {
     for (int x = 0; x < image.width(); x += 3) colours.insert(image.pixel(x, y));
@@ -74,21 +74,21 @@ TEST_P(TransactionPictures, DrawsItsFramesInBothLayouts) {
   VirtualEnv env;
   ScopedEnv scoped_env(&env);
   TransactionCase c(name, full_screen ? nlohmann::json{{"DisplayMode", "1"}} : nlohmann::json{});
-  std::vector<std::string> drawn;
+  std::vector<std::pair<std::string, Twips>> drawn;  // the file and the window it shows
   HeadlessOptions options;
   options.picture = [&](Form& form, const Control* part, const std::string& file) {
     std::string out = std::string(CCADDIN_PICTURE_DIR) + "/" + file;
     if (full_screen) out.insert(out.size() - 4, "_fullscreen");
     std::string error;
     EXPECT_TRUE(RenderFormPicture(form, part, out, error)) << error;
-    drawn.push_back(out);
+    drawn.emplace_back(out, form.Geometry());
   };
   HeadlessLoop loop(ScriptRunner(c.TakeScript(), [&](const std::string& l) { c.Journal(l); }),
                     options);
   frmTransaction window;
   c.Run(loop, loop.Runner(), window);
   ASSERT_FALSE(drawn.empty());
-  for (const std::string& file : drawn) ExpectDrawn(file, window);
+  for (const auto& [file, geometry] : drawn) ExpectDrawn(file, geometry);
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, TransactionPictures,
@@ -99,11 +99,10 @@ INSTANTIATE_TEST_SUITE_P(Cases, TransactionPictures,
                                   (std::get<1>(info.param) ? "_fullscreen" : "");
                          });
 
-class TransactionThroughWidgets : public ::testing::TestWithParam<std::string> {};
-
-TEST_P(TransactionThroughWidgets, SettlesAtTheServer) {
+// A case of ui/transaction_qt operated through the widgets in real time.
+void RunThroughTheWidgets(const std::string& name) {
   DrawOffscreen();
-  TransactionCase c(GetParam(), {}, "ui/transaction_qt");
+  TransactionCase c(name, {}, "ui/transaction_qt");
   QtLoopOptions options;
   options.script = c.TakeScript();
   options.journal = [&](const std::string& line) { c.Journal(line); };
@@ -114,9 +113,30 @@ TEST_P(TransactionThroughWidgets, SettlesAtTheServer) {
   c.Run(loop, *loop.Runner(), window);
 }
 
+class TransactionThroughWidgets : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(TransactionThroughWidgets, SettlesAtTheServer) {
+  RunThroughTheWidgets(GetParam());
+}
+
 INSTANTIATE_TEST_SUITE_P(Cases, TransactionThroughWidgets,
                          ::testing::ValuesIn(testing::CaseNames("ui/transaction_qt")),
                          [](const auto& info) { return info.param; });
+
+// The offer names a red square on the disk, in the page and through its script: a view
+// that fetched it would show red.
+TEST(TransactionOffer, ShowsAHostileOfferWithoutFetchingAnything) {
+  const std::string file = std::string(CCADDIN_PICTURE_DIR) + "/dcc_offer_hostile.png";
+  std::filesystem::remove(file);
+  RunThroughTheWidgets("dcc_offer_hostile_html");
+  const QImage image(QString::fromStdString(file));
+  ASSERT_FALSE(image.isNull());
+  int red = 0;
+  for (int y = 0; y < image.height(); ++y) {
+    for (int x = 0; x < image.width(); ++x) red += image.pixel(x, y) == qRgb(255, 0, 0) ? 1 : 0;
+  }
+  EXPECT_EQ(red, 0);
+}
 
 }  // namespace
 }  // namespace ccaddin
