@@ -68,7 +68,10 @@ class WindowTenderTest(unittest.TestCase):
                 (1, 6, False, "Process", 2599, ...),
                 (2, 4, False, "Process3", 15000, "ORDER 77", ...),
                 (3, 5, False, "Process4", 14250, "ORDER 77", ..., True),
-                (0, 1, True, "Process2", 990, 0, 0, ...)]:
+                (0, 1, True, "Process2", 990, 0, 0, ...),
+                (1, 6, True, "Process", 2599, ...),
+                (2, 4, True, "Process3", 15000, "ORDER 77", ...),
+                (3, 5, True, "Process4", 14250, "ORDER 77", ..., True)]:
             with self.subTest(kind=kind, drawn=drawn):
                 open(self.paper, "wb").close()
                 os.environ["CCADDIN_OPERATOR_DISPLAY"] = "1" if drawn else "0"
